@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/TemporaryFolder.h"
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace zelvane {
+
+/// The program `fluidsynth` on JACK, dry, played by lines over the socket of its shell.
+class FluidSynthProgram {
+  public:
+    explicit FluidSynthProgram(const std::filesystem::path& font);
+    ~FluidSynthProgram();
+    FluidSynthProgram(const FluidSynthProgram&) = delete;
+    FluidSynthProgram& operator=(const FluidSynthProgram&) = delete;
+
+    /// Sends one line at once.
+    void send(const std::string& line) const;
+    pid_t process() const;
+
+    static constexpr const char* kLeftPort = "fluidsynth:left";
+
+  private:
+    std::string command(const std::filesystem::path& font) const;
+    bool connectToShell();
+
+    const TemporaryFolder _folder;
+    const std::string _outputFile;
+    const std::uint16_t _port;
+    ChildProcess _process;
+    int _socket = -1;
+};
+
+}  // namespace zelvane

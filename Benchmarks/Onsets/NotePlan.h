@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Foundation/Clock.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+namespace zelvane {
+
+/// The time from each note to the next, irregular in microseconds so that no grid of blocks meets it, the same for all
+/// who play the plan of a seed.
+using NotePlan = std::vector<std::chrono::microseconds>;
+
+inline NotePlan irregularPlan(std::size_t notes, std::uint32_t seed) {
+    constexpr int kShortest = 12'000;
+    constexpr int kLongest = 60'000;
+    std::mt19937 random(seed);
+    std::uniform_int_distribution<int> gap(kShortest, kLongest);
+    NotePlan plan;
+    for (std::size_t note = 0; note < notes; ++note) plan.emplace_back(gap(random));
+    return plan;
+}
+
+}  // namespace zelvane

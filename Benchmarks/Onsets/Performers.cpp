@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Benchmarks/Onsets/Performers.h"
+
+#include "Benchmarks/Common/FluidSynthProgram.h"
+#include "Benchmarks/Common/Require.h"
+#include "Tests/EndToEnd/RunningPlayer.h"
+#include "Tests/Fakes/TemporaryFolder.h"
+#include "Tests/Fakes/TinySoundFont.h"
+
+#include <numeric>
+#include <thread>
+
+namespace zelvane {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr int kClick = 1;
+constexpr int kLength = 10;  // milliseconds
+constexpr milliseconds kLead(300);
+
+// Program changes reach the units of the tenths 0 to 8.
+constexpr std::int32_t kTenths = 9;
+
+std::int32_t midicOf(std::size_t note) {
+    return 6000 + 10 * (static_cast<std::int32_t>(note) % kTenths);
+}
+
+std::shared_ptr<RunningPlayer> clickingPlayer() {
+    auto player = std::make_shared<RunningPlayer>();
+    require(player->isListening(), "the player does not listen: " + player->output());
+    player->send({"/om/pgm", {{kClick}, {1}}});
+    return player;
+}
+
+/// Calls `send` for each note when it is due, and returns when it was called: a sender that the machine delays is no
+/// fault of the program that hears it.
+std::vector<TimePoint> sendInTime(const NotePlan& plan, const std::function<void(std::size_t)>& send) {
+    std::vector<TimePoint> sent;
+    TimePoint due = Clock::monotonic().now() + kLead;
+    for (std::size_t note = 0; note < plan.size(); ++note) {
+        std::this_thread::sleep_until(due);
+        sent.push_back(Clock::monotonic().now());
+        send(note);
+        due += plan[note];
+    }
+    return sent;
+}
+
+/// A queued note is due its place in the queue after its own message.
+std::vector<TimePoint> queueStream(const RunningPlayer& player, const NotePlan& plan) {
+    std::vector<TimePoint> due;
+    Duration place{};
+    for (std::size_t note = 0; note < plan.size(); ++note) {
+        const Duration sincePrevious = note == 0 ? Duration(kLead) : Duration(plan[note - 1]);
+        place += sincePrevious;
+        const double milli = std::chrono::duration<double, std::milli>(sincePrevious).count();
+        const auto semitones = static_cast<float>(midicOf(note)) / 100;
+        due.push_back(Clock::monotonic().now() + place);
+        player.send({"/vesk.µq/fifos", {{milli}, {semitones}, {100}, {kLength}, {1}}});
+    }
+    player.send({"/vesk.µq/start", {}});
+    return due;
+}
+
+}  // namespace
+
+Performer streamPerformer() {
+    return {"Zelvane, stream", "Zelvane:", [player = clickingPlayer()](const NotePlan& plan) {
+                player->send({"/vesk.µq/reset", {}});
+                auto due = queueStream(*player, plan);
+                std::this_thread::sleep_until(due.back());
+                return due;
+            }};
+}
+
+Performer livePerformer() {
+    return {"Zelvane, live notes", "Zelvane:", [player = clickingPlayer()](const NotePlan& plan) {
+                return sendInTime(plan, [&](std::size_t note) {
+                    player->send({"/om/note", {{midicOf(note)}, {100}, {kLength}, {1}}});
+                });
+            }};
+}
+
+Performer fluidSynthPerformer() {
+    auto folder = std::make_shared<TemporaryFolder>();
+    writeTinySoundFont(folder->path / "tiny.sf2");
+    auto program = std::make_shared<FluidSynthProgram>(folder->path / "tiny.sf2");
+    program->send("prog 0 " + std::to_string(kClick));
+    return {"fluidsynth, lines of its shell", FluidSynthProgram::kLeftPort, [folder, program](const NotePlan& plan) {
+                return sendInTime(plan, [&](std::size_t) { program->send("noteon 0 60 100"); });
+            }};
+}
+
+}  // namespace zelvane

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Benchmarks/Onsets/NotePlan.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zelvane {
+
+/// A program that runs and a way to play it.
+struct Performer {
+    std::string name;
+    std::string leftPort;  ///< its left output on JACK
+    /// Plays the plan's notes and returns when each was due, up to a delay that is the same for all. Returns when the
+    /// last has been sent.
+    std::function<std::vector<TimePoint>(const NotePlan&)> play;
+};
+
+/// The player with a click for an instrument: notes of a stream, queued and timed by the player.
+Performer streamPerformer();
+/// The same, each note sent when it is due.
+Performer livePerformer();
+/// The program `fluidsynth` with the same click, each note sent when it is due.
+Performer fluidSynthPerformer();
+
+}  // namespace zelvane

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <jack/jack.h>
+#include <jack/metadata.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zelvane {
+
+/// The functions of one libjack. It is loaded while the program runs, because there may be two of them (the JACK
+/// server's and PipeWire's) and which one works shows only by asking. Inner header of the back end: names of JACK go no
+/// further.
+class JackLibrary {
+  public:
+    /// Where to look: the linker's own first, then what PipeWire keeps in a folder that the linker does not search.
+    static std::vector<std::string> candidates();
+
+    /// Null when there is no such library or it lacks a function that is needed. Never unloaded: its threads may
+    /// linger.
+    static std::unique_ptr<JackLibrary> load(const std::string& path);
+
+    decltype(&::jack_set_error_function) setErrorFunction = nullptr;
+    decltype(&::jack_set_info_function) setInfoFunction = nullptr;
+    decltype(&::jack_client_open) clientOpen = nullptr;
+    decltype(&::jack_client_close) clientClose = nullptr;
+    decltype(&::jack_on_shutdown) onShutdown = nullptr;
+    decltype(&::jack_on_info_shutdown) onInfoShutdown = nullptr;
+    decltype(&::jack_set_process_callback) setProcessCallback = nullptr;
+    decltype(&::jack_set_sample_rate_callback) setSampleRateCallback = nullptr;
+    decltype(&::jack_set_xrun_callback) setXrunCallback = nullptr;
+    decltype(&::jack_set_freewheel_callback) setFreewheelCallback = nullptr;
+    decltype(&::jack_set_port_registration_callback) setPortRegistrationCallback = nullptr;
+    decltype(&::jack_activate) activate = nullptr;
+    decltype(&::jack_deactivate) deactivate = nullptr;
+    decltype(&::jack_get_sample_rate) sampleRate = nullptr;
+    decltype(&::jack_get_buffer_size) bufferSize = nullptr;
+    decltype(&::jack_get_time) time = nullptr;
+    decltype(&::jack_get_cycle_times) cycleTimes = nullptr;
+    decltype(&::jack_port_register) portRegister = nullptr;
+    decltype(&::jack_port_unregister) portUnregister = nullptr;
+    decltype(&::jack_port_get_buffer) portBuffer = nullptr;
+    decltype(&::jack_port_by_name) portByName = nullptr;
+    decltype(&::jack_port_name) portName = nullptr;
+    decltype(&::jack_port_short_name) portShortName = nullptr;
+    decltype(&::jack_port_get_all_connections) portConnections = nullptr;
+    decltype(&::jack_get_ports) ports = nullptr;
+    decltype(&::jack_connect) connect = nullptr;
+    decltype(&::jack_disconnect) disconnect = nullptr;
+    decltype(&::jack_free) free = nullptr;
+
+    // Metadata, which old libraries lack: null there.
+    decltype(&::jack_port_uuid) portUuid = nullptr;
+    decltype(&::jack_set_property) setProperty = nullptr;
+
+  private:
+    JackLibrary() = default;
+    bool bindAll(void* handle);
+};
+
+}  // namespace zelvane

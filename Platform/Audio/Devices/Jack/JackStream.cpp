@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Audio/Devices/Jack/JackStream.h"
+
+#include "Platform/Audio/FlushToZero.h"
+#include "Platform/Audio/RealtimeScope.h"
+#include "Platform/Foundation/Thread.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+
+namespace zelvane {
+
+namespace {
+
+constexpr Duration kUpkeepInterval = std::chrono::milliseconds(200);
+
+struct PortName {
+    const char* name;
+    const char* pretty;
+};
+// Patchbays and their saved sessions know ports by these names.
+constexpr std::array<PortName, 2> kPortNames = {{{"out_left", "Left"}, {"out_right", "Right"}}};
+
+AudioDeviceFormat formatOf(const JackClient& client) {
+    return {.sampleRate = double(client.library().sampleRate(client.handle())),
+            .channels = kPortNames.size(),
+            .periodFrames = client.library().bufferSize(client.handle()),
+            .bitsPerChannel = 32};
+}
+
+/// After an xrun a server goes on with the next frame, but later than it had promised.
+bool isFarFrom(jack_time_t expected, jack_time_t start, float period) {
+    const double distance = double(std::max(expected, start) - std::min(expected, start));
+    return distance > double(period) / 2;
+}
+
+JackStream& self(void* argument) {
+    return *static_cast<JackStream*>(argument);
+}
+
+}  // namespace
+
+JackStream::JackStream(std::shared_ptr<JackClient> client, const std::string& sink)
+    : _client(std::move(client)),
+      _library(_client->library()),
+      _format(formatOf(*_client)),
+      _connections(*_client, sink) {}
+
+JackStream::~JackStream() {
+    {
+        const std::lock_guard lock(_mutex);
+        _isStopping = true;
+    }
+    _wakeUp.notify_all();
+    if (_upkeep.joinable()) _upkeep.join();
+    const ScopedBrokenPipeBlock block;
+    if (_isActive) _library.deactivate(_client->handle());
+    if (_client->isDead()) return;
+    // PipeWire's library keeps the memory of ports that are left to the closing of their client.
+    for (jack_port_t* port : _ports) {
+        if (port != nullptr) _library.portUnregister(_client->handle(), port);
+    }
+}
+
+bool JackStream::start(AudioRenderer& renderer) {
+    const ScopedBrokenPipeBlock block;
+    _renderer = &renderer;
+    if (!registerPorts()) return false;
+    setCallbacks();
+    _clock.measure(_library);
+    _watchdog.start(Clock::monotonic().now());
+    if (_library.activate(_client->handle()) != 0) return false;
+    _isActive = true;
+    _connections.update(Clock::monotonic().now(), false);
+    _upkeep = startThread("JACK upkeep", ThreadRole::ordinary, [this] { upkeep(); });
+    return true;
+}
+
+AudioStreamState JackStream::state() const {
+    if (_client->isDead() || _isSinkLost.load(std::memory_order_relaxed)) return AudioStreamState::lost;
+    if (_isActive && _watchdog.isOverdue(Clock::monotonic().now())) return AudioStreamState::lost;
+    return _hasOtherRate.load(std::memory_order_relaxed) ? AudioStreamState::formatChanged : AudioStreamState::alive;
+}
+
+bool JackStream::registerPorts() {
+    for (std::size_t i = 0; i < _ports.size(); ++i) {
+        _ports[i] = _library.portRegister(_client->handle(), kPortNames[i].name, JACK_DEFAULT_AUDIO_TYPE,
+                                          JackPortIsOutput | JackPortIsTerminal, 0);
+        if (_ports[i] == nullptr) return false;
+    }
+    _connections.setOutputs(_ports);
+    return true;
+}
+
+void JackStream::setCallbacks() {
+    jack_client_t* client = _client->handle();
+    _library.setProcessCallback(client, processUncancelled, this);
+    _library.setSampleRateCallback(
+        client,
+        [](jack_nframes_t rate, void* argument) {
+            if (double(rate) != self(argument)._format.sampleRate) self(argument)._hasOtherRate.store(true);
+            return 0;
+        },
+        this);
+    _library.setXrunCallback(
+        client,
+        [](void* argument) {
+            self(argument)._xruns.fetch_add(1, std::memory_order_relaxed);
+            return 0;
+        },
+        this);
+    _library.setFreewheelCallback(
+        client, [](int isFree, void* argument) { self(argument)._isFreewheeling.store(isFree != 0); }, this);
+    _library.setPortRegistrationCallback(
+        client,
+        [](jack_port_id_t, int isNew, void* argument) {
+            if (isNew == 0) self(argument)._havePortsGone.store(true);
+        },
+        this);
+}
+
+/// JACK's library ends its threads by cancelling them wherever they are, also in the middle of a cycle. Frames that
+/// can't be unwound would end the program then, and what the renderer was at would stay half done: so only between
+/// cycles. This frame itself can be unwound, since it holds nothing.
+int JackStream::processUncancelled(jack_nframes_t frames, void* argument) {
+    int former = PTHREAD_CANCEL_ENABLE;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former);
+    const int result = self(argument).process(frames);
+    pthread_setcancelstate(former, nullptr);
+    return result;
+}
+
+int JackStream::process(jack_nframes_t frames) noexcept {
+    const ScopedFlushToZero flushToZero;
+    const RealtimeScope realtime;
+    const AudioCycle now = cycle(frames);
+    _watchdog.cycleCame(Clock::monotonic().now());
+    // Cycles of a freewheeling server follow each other as fast as they can be had: nothing that is played in time can
+    // be meant to be in them.
+    if (_isFreewheeling.load(std::memory_order_relaxed)) {
+        for (float* output : now.outputs) std::fill_n(output, frames, 0.0F);
+        return 0;
+    }
+    _renderer->render(now);
+    return 0;
+}
+
+AudioCycle JackStream::cycle(jack_nframes_t frames) noexcept {
+    for (std::size_t i = 0; i < _ports.size(); ++i) {
+        _outputs[i] = static_cast<float*>(_library.portBuffer(_ports[i], frames));
+    }
+    jack_nframes_t frame = 0;
+    jack_time_t start = 0;
+    jack_time_t next = 0;
+    float period = 0;
+    const bool isTold = _library.cycleTimes(_client->handle(), &frame, &start, &next, &period) == 0;
+    if (!isTold) start = _library.time();
+    const bool isDiscontinuous = _expected && (_expected->frame != frame || isFarFrom(_expected->start, start, period));
+    _expected.reset();
+    if (isTold) _expected = Expectation{frame + frames, next};
+    return {.start = _clock.timePoint(start),
+            .isDiscontinuous = isDiscontinuous,
+            .frames = frames,
+            .periodFrames = frames,
+            .outputs = _outputs};
+}
+
+void JackStream::upkeep() {
+    const ScopedBrokenPipeBlock block;
+    setPrettyNames();
+    while (waitForNextUpkeep() && !_client->isDead()) upkeepOnce();
+}
+
+void JackStream::upkeepOnce() {
+    _connections.update(Clock::monotonic().now(), _havePortsGone.exchange(false));
+    _isSinkLost.store(_connections.isSinkLost(), std::memory_order_relaxed);
+    _clock.measure(_library);
+}
+
+bool JackStream::waitForNextUpkeep() {
+    std::unique_lock lock(_mutex);
+    return !_wakeUp.wait_for(lock, kUpkeepInterval, [this] { return _isStopping; });
+}
+
+/// Renaming a port reaches nobody on PipeWire; metadata do, once the client is active.
+void JackStream::setPrettyNames() {
+    if (_library.portUuid == nullptr || _library.setProperty == nullptr) return;
+    for (std::size_t i = 0; i < _ports.size(); ++i) {
+        _library.setProperty(_client->handle(), _library.portUuid(_ports[i]),
+                             "http://jackaudio.org/metadata/pretty-name", kPortNames[i].pretty, "text/plain");
+    }
+}
+
+}  // namespace zelvane

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Audio/Units/AVAudioUnit.h"
+#include "Platform/Foundation/RunLoop.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace zelvane {
+
+/// All instruments of all formats, and the thread on which their instances are made.
+class AVAudioUnitComponentManager {
+  public:
+    using CompletionHandler = std::function<void(std::shared_ptr<AVAudioUnit> instance, std::optional<Error> error)>;
+
+    explicit AVAudioUnitComponentManager(std::vector<std::unique_ptr<AudioComponentProvider>> providers);
+    /// Ends the loader; requests that wait are dropped without a word.
+    ~AVAudioUnitComponentManager();
+
+    /// The components that match: 0 in a code stands for any, of the flags those in the mask must be equal. Control
+    /// threads.
+    std::vector<AVAudioUnitComponent> componentsMatchingDescription(const AudioComponentDescription& description);
+
+    /// What the user may install when there are none; one line for each format that knows something.
+    std::string installationAdvice() const;
+
+    /// Makes an instance of the first component of that type, subtype and manufacturer and calls the handler once, on
+    /// the loader thread, with the instance or an error. Any thread.
+    void instantiateWithComponentDescription(const AudioComponentDescription& description, std::uint32_t options,
+                                             CompletionHandler handler);
+
+    /// Returns when the handlers of all requests made so far have run. Not on the loader thread.
+    void waitForRequests();
+
+  private:
+    void instantiate(const AudioComponentDescription& description, const CompletionHandler& handler);
+
+    const std::vector<std::unique_ptr<AudioComponentProvider>> _providers;
+    std::mutex _providersMutex;
+    RunLoop _loaderLoop;
+    std::jthread _loader;
+};
+
+}  // namespace zelvane

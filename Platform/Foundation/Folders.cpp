@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Foundation/Folders.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string_view>
+
+namespace zelvane {
+
+namespace {
+
+constexpr char kOurFolder[] = "Zelvane";
+
+/// An absolute path from the environment; a relative one would mean another folder wherever the program is started.
+std::filesystem::path folderFromEnvironment(const char* variable) {
+    const char* value = std::getenv(variable);
+    std::filesystem::path folder = value != nullptr ? value : "";
+    return folder.is_absolute() ? folder : std::filesystem::path();
+}
+
+std::filesystem::path homeFolder() {
+    if (auto home = folderFromEnvironment("HOME"); !home.empty()) return home;
+    passwd entry{};
+    passwd* found = nullptr;
+    std::vector<char> buffer(16384);
+    getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found);
+    return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "/";
+}
+
+std::filesystem::path baseFolder(const char* variable, const char* inHome) {
+    auto folder = folderFromEnvironment(variable);
+    return folder.empty() ? homeFolder() / inHome : folder;
+}
+
+}  // namespace
+
+std::filesystem::path preferencesFolder() {
+    return baseFolder("XDG_CONFIG_HOME", ".config") / kOurFolder;
+}
+
+std::filesystem::path userSupportFolder() {
+    return baseFolder("XDG_DATA_HOME", ".local/share") / kOurFolder;
+}
+
+std::vector<std::filesystem::path> dataFolders() {
+    std::vector<std::filesystem::path> folders{baseFolder("XDG_DATA_HOME", ".local/share")};
+    const char* value = std::getenv("XDG_DATA_DIRS");
+    std::string_view rest = value != nullptr && *value != '\0' ? value : "/usr/local/share:/usr/share";
+    while (!rest.empty()) {
+        const std::filesystem::path folder = rest.substr(0, rest.find(':'));
+        if (folder.is_absolute()) folders.push_back(folder);
+        rest.remove_prefix(std::min(rest.size(), folder.native().size() + 1));
+    }
+    return folders;
+}
+
+}  // namespace zelvane

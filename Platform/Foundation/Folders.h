@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+namespace zelvane {
+
+/// The user's folder of settings: "Zelvane" in $XDG_CONFIG_HOME, or in ~/.config. Not made here.
+std::filesystem::path preferencesFolder();
+
+/// The user's folder of data: "Zelvane" in $XDG_DATA_HOME, or in ~/.local/share. Not made here.
+std::filesystem::path userSupportFolder();
+
+/// Data folders in the order in which they are searched: $XDG_DATA_HOME, then each of $XDG_DATA_DIRS.
+std::vector<std::filesystem::path> dataFolders();
+
+}  // namespace zelvane

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Sources/AppDelegate.h"
+
+#include "Platform/Foundation/LocalizedString.h"
+#include "Platform/Foundation/Thread.h"
+
+namespace zelvane {
+
+AppDelegate::AppDelegate(RunLoop& mainRunLoop, AudioPlatform& platform, UserDefaults& defaults, Shell& shell)
+    : _mainRunLoop(mainRunLoop), _platform(platform), _defaults(defaults), _shell(shell) {}
+
+AppDelegate::~AppDelegate() {
+    applicationWillTerminate();
+}
+
+PropertyList::Dictionary AppDelegate::registeredDefaults() {
+    const std::string instrument = localizedString("DLSMusicDevice");
+    const auto number = [](std::int64_t value) { return PropertyList{value}; };
+    return {{"port", number(3000)},
+            {"outPort", number(3010)},
+            {"autolaunch", number(0)},
+            {"musicDevice", {instrument}},
+            {"midiID", number(1330856742)},
+            {"tuning", {localizedString("default tuning")}},
+            {"keymap", {localizedString("default keyboard mapping")}},
+            {"recordingFileName", {localizedString("Zelvane Recording.m4a")}},
+            {"devicesMap", {PropertyList::Array{{instrument}}}}};
+}
+
+void AppDelegate::applicationDidFinishLaunching(bool listensAtOnce) {
+    _playerThread = startThread("zelvane-player", ThreadRole::player, [this] { installRunLoopInPlayerThread(); });
+    _defaults.registerDefaults(registeredDefaults());
+    _zelvane = std::make_unique<Zelvane>(_playerRunLoop, _platform, *this, _defaults);
+    const bool listens = listensAtOnce || _defaults.integer("autolaunch") == 1;
+    if (!listens || !_zelvane->hasConnection()) return;
+    // Behind what the set-up has to tell, which may end the program.
+    _mainRunLoop.perform([this, listensAtOnce] {
+        startStopListening();
+        if (listensAtOnce && !_bindToAddressSucceeded) _mainRunLoop.perform([this] { terminate(1); });
+    });
+}
+
+void AppDelegate::installRunLoopInPlayerThread() {
+    _playerRunLoop.attachToCurrentThread();
+    _playerThreadMayEnd = false;
+    _playerThreadDummyTimer = Timer::every(std::chrono::hours(1), [this](Timer&) { playerThreadDummyTimerDo(); });
+    _playerRunLoop.add(_playerThreadDummyTimer);
+    do {
+        _playerRunLoop.runOnce();
+    } while (!_playerThreadMayEnd && !_playerRunLoop.hasEnded());
+}
+
+void AppDelegate::removePlayerThread() {
+    _playerThreadDummyTimer->invalidate();
+    _playerThreadMayEnd = true;
+}
+
+void AppDelegate::applicationWillTerminate() {
+    if (!_playerThread.joinable()) return;
+    if (_zelvane != nullptr && _zelvane->isListening()) startStopListening();
+    _playerRunLoop.perform([this] { removePlayerThread(); }, RunLoop::Wait::yes);
+    _playerThread.join();
+    _playerRunLoop.end();
+    _zelvane.reset();
+}
+
+void AppDelegate::bindToAddress() {
+    _bindToAddressSucceeded = _zelvane->bindToAddress("127.0.0.1");
+}
+
+void AppDelegate::startStopListening() {
+    if (_zelvane->isListening()) {
+        if (_bindToAddressSucceeded) _zelvane->disconnect();
+        _zelvane->stopRunning();
+    } else {
+        bindToAddress();
+        if (!_bindToAddressSucceeded) {
+            // Stopping what has not begun brings everything back to the start.
+            _zelvane->setIsListening(true);
+            startStopListening();
+            return _zelvane->newOSCDecoder();
+        }
+        _zelvane->startRunning();
+    }
+    statusDidChange();
+}
+
+void AppDelegate::statusDidChange() {
+    _shell.showStatus({_zelvane->isListening(), _zelvane->isRecordingEnabled(), _zelvane->isRecording(),
+                       _zelvane->listeningPort(), _platform.controller.status().current.device});
+}
+
+void AppDelegate::presentErrorAndTerminate(const Error& error) {
+    _shell.presentAlert(error, true);
+    terminate(1);
+}
+
+void AppDelegate::terminate(int status) {
+    _exitStatus = status;
+    _mainRunLoop.end();
+}
+
+}  // namespace zelvane

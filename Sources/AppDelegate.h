@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Audio/Graph/AudioPlatform.h"
+#include "Platform/Foundation/Timer.h"
+#include "Platform/Foundation/UserDefaults.h"
+#include "Sources/Application.h"
+#include "Sources/Shell.h"
+#include "Sources/Zelvane/Zelvane.h"
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+namespace zelvane {
+
+/// The application: it starts the player thread and the player controller, lets listening begin and end, and shows
+/// through its shell what the user has to know. Main thread, but for what says otherwise.
+class AppDelegate : public Application {
+  public:
+    AppDelegate(RunLoop& mainRunLoop, AudioPlatform& platform, UserDefaults& defaults, Shell& shell);
+    ~AppDelegate() override;
+
+    /// The values that hold while the user has stored none.
+    static PropertyList::Dictionary registeredDefaults();
+
+    /// Starts everything up. Listening begins when the user's `autolaunch` is exactly 1, or when it is asked for here;
+    /// then a port that can't be had ends the program.
+    void applicationDidFinishLaunching(bool listensAtOnce);
+    /// Ends the player thread. Afterwards the object may only be destroyed.
+    void applicationWillTerminate();
+
+    void startStopListening();
+    void bindToAddress();
+    void statusDidChange() override;
+
+    /// Ends the program with that status. Any thread.
+    void terminate(int status);
+    int exitStatus() const { return _exitStatus.load(); }
+
+    RunLoop& mainRunLoop() override { return _mainRunLoop; }
+    void presentError(const Error& error) override { _shell.presentAlert(error, false); }
+    void presentErrorAndTerminate(const Error& error) override;
+
+    Zelvane* zelvane() { return _zelvane.get(); }
+
+  private:
+    void installRunLoopInPlayerThread();
+    void playerThreadDummyTimerDo() {}
+    void removePlayerThread();
+
+    RunLoop& _mainRunLoop;
+    AudioPlatform& _platform;
+    UserDefaults& _defaults;
+    Shell& _shell;
+
+    RunLoop _playerRunLoop;
+    std::shared_ptr<Timer> _playerThreadDummyTimer;  // player thread
+    bool _playerThreadMayEnd = false;                // player thread
+    std::jthread _playerThread;
+
+    bool _bindToAddressSucceeded = false;
+    std::atomic<int> _exitStatus{0};  // written by whoever ends the program, read by the main thread
+    std::unique_ptr<Zelvane> _zelvane;
+};
+
+}  // namespace zelvane

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Foundation/Error.h"
+#include "Platform/Foundation/RunLoop.h"
+
+namespace zelvane {
+
+/// What the parts of the player need of the application they run in.
+class Application {
+  public:
+    virtual ~Application() = default;
+
+    /// The main thread's run loop. Any thread may use it.
+    virtual RunLoop& mainRunLoop() = 0;
+
+    /// Shows an error. Main thread.
+    virtual void presentError(const Error& error) = 0;
+
+    /// Brings what is shown of listening and recording up to date. Main thread.
+    virtual void statusDidChange() = 0;
+
+    /// Shows an error that ends the program, so that it is read first, and then ends it. Main thread.
+    virtual void presentErrorAndTerminate(const Error& error) = 0;
+};
+
+/// Shows an error on the main thread and returns when that is done. Any thread.
+inline void presentErrorWaiting(Application& application, const Error& error) {
+    application.mainRunLoop().perform([&] { application.presentError(error); }, RunLoop::Wait::yes);
+}
+
+}  // namespace zelvane

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Sources/Zelvane/AudioEngine/AudioEngine.h"
+
+#include <cmath>
+
+namespace zelvane {
+
+namespace {
+
+/// A pitch as the unit that plays it and the key pressed there.
+struct RoutedNote {
+    std::int32_t unit;
+    std::uint32_t key;
+};
+
+RoutedNote route(std::uint32_t midic) {
+    const auto rounded = static_cast<std::uint64_t>(std::round(midic / 10.0)) * 10;
+    const auto tenths = static_cast<std::int32_t>(rounded % 100 / 10);
+    return {10 - tenths, static_cast<std::uint32_t>(rounded / 100)};
+}
+
+}  // namespace
+
+void AudioEngine::handleNoteOnMessage(std::uint32_t midic, int velocity, int channel) {
+    const RoutedNote note = route(midic);
+    const auto synthNode = microUnitSynthNode(note.unit);
+    MusicDeviceMIDIEvent(synthNode ? synthNode->audioUnit() : nullptr, static_cast<std::uint32_t>(channel) + 0x8F,
+                         note.key, static_cast<std::uint32_t>(velocity), 0);
+}
+
+void AudioEngine::handleNoteOffMessage(std::uint32_t midic, int channel) {
+    const RoutedNote note = route(midic);
+    const auto synthNode = microUnitSynthNode(note.unit);
+    MusicDeviceMIDIEvent(synthNode ? synthNode->audioUnit() : nullptr, static_cast<std::uint32_t>(channel) + 0x7F,
+                         note.key, 0, 0);
+}
+
+// Unit 1 is left out: what plays it alone keeps its own controllers and programs.
+void AudioEngine::handleMIDIMessage(const std::uint8_t* bytes, int /*size*/) {
+    for (std::int32_t unit = 10; unit > 1; --unit) {
+        const auto synthNode = microUnitSynthNode(unit);
+        MusicDeviceMIDIEvent(synthNode ? synthNode->audioUnit() : nullptr, bytes[0], bytes[1], bytes[2], 0);
+    }
+}
+
+}  // namespace zelvane

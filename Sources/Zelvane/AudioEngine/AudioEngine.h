@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Audio/Graph/AVAudioEngine.h"
+#include "Platform/Audio/Graph/AudioPlatform.h"
+#include "Platform/Foundation/RunLoop.h"
+#include "Sources/Application.h"
+#include "Sources/Zelvane/AudioEngine/InstantiateParameters/InstantiateParameters.h"
+#include "Sources/Zelvane/AudioEngine/MicroUnit/MicroUnit.h"
+#include "Sources/Zelvane/AudioEngine/StreamFormats.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelvane {
+
+/// The player's sound: the graph of ten micro units, the tables of devices and instruments, and the way of a note to
+/// the unit that is detuned for it. Made and driven on the main thread unless an operation says otherwise.
+class AudioEngine {
+  public:
+    static constexpr std::size_t kMicroUnitCount = 10;
+
+    /// Ends with the default instrument playing, or with the fatal-error path started.
+    AudioEngine(RunLoop& playerThread, AudioPlatform& platform, Application& application);
+    ~AudioEngine();
+    AudioEngine(const AudioEngine&) = delete;
+    AudioEngine& operator=(const AudioEngine&) = delete;
+
+    // Devices and instruments.
+    /// Names in the user's order.
+    std::vector<std::string> audioDevices() const;
+    /// Switches the output; a name that is not in the table means the default device.
+    void setAudioDeviceFromName(const std::string& name);
+    std::vector<AVAudioUnitComponent> findAllMusicDevices();
+    std::vector<std::string> musicDevices() const;
+    /// Switches the instrument and returns when it is set up; with a name that is not in the table it tells the user.
+    void setMusicDeviceFromName(const std::string& name);
+
+    // The graph.
+    void startRunning();  ///< Also on the player thread.
+    void stopRunning();   ///< Silence until the next start.
+    /// Loads a sound bank into the units; the result's odd sense is what callers go by: false with silence when a unit
+    /// took the bank, true with sound when all ten refused it, false when the path is none.
+    bool openSoundfont(const std::string& path);
+    void restoreAppleSounds();
+
+    // Notes: player thread, no allocation.
+    /// Pitches are rounded to ten midics; the unit's detuning supplies what is beyond the semitone.
+    void handleNoteOnMessage(std::uint32_t midic, int velocity, int channel);
+    void handleNoteOffMessage(std::uint32_t midic, int channel);
+    /// Sends three bytes, whatever the size, to the units 10 to 2.
+    void handleMIDIMessage(const std::uint8_t* bytes, int size);
+
+    /// The output's volume as a factor. Any thread.
+    float volume();
+    void setVolume(float volume);
+
+    // Micro units. Look-ups may be made on any control thread.
+    void setupMicroUnitsWithDescription(const AudioComponentDescription& description);
+    /// Detunes the units by pitch bend on all channels.
+    void sendMicroTunings();
+    /// Throws RangeError outside 1 to 10.
+    MicroUnit& microUnitFromNumber(std::int32_t number);
+    std::shared_ptr<AVAudioUnit> microUnitSynthNode(std::int32_t number);
+    AudioUnit* audioUnitFromMicroUnit(std::int32_t number);
+    /// The number of the first slot that holds that very node, or 0; no node is found in the first empty slot.
+    std::int32_t microUnitNumberFromSynthNode(const AVAudioUnit* node) const;
+    void removeMicroUnit(std::int32_t number);
+    static void turnOffReverb(AVAudioUnit& synthNode);
+    /// Always leaves the units marked as set up; kept for its callers.
+    void checkAlllMicroUnitsAreSetUp();
+
+    // Flags, any thread.
+    bool allMicroUnitsAreSetUp() const { return _allMicroUnitsAreSetUp.load(std::memory_order_acquire); }
+    bool isListening() const { return _isListening.load(std::memory_order_acquire); }
+    void setIsListening(bool isListening) { _isListening.store(isListening, std::memory_order_release); }
+    bool isRecordingEnabled() const { return _isRecordingEnabled.load(std::memory_order_acquire); }
+    void setIsRecordingEnabled(bool isEnabled) { _isRecordingEnabled.store(isEnabled, std::memory_order_release); }
+    bool isRecording() const { return _isRecording.load(std::memory_order_acquire); }
+    void setIsRecording(bool isRecording) { _isRecording.store(isRecording, std::memory_order_release); }
+
+    // Recording formats.
+    /// Seconds by which incoming messages are delayed, a tap buffer in whole milliseconds. Any thread.
+    float recorderLatency() const;
+    AudioStreamBasicDescription outputFileStreamDescription() const { return _streamFormats.outputFile(); }
+    void setUpOutputFileStreamFormatFromAudioDeviceID(AudioObjectID device);
+
+    AVAudioEngine& avEngine() { return *_avEngine; }
+
+  private:
+    using SharedParameters = std::shared_ptr<InstantiateParameters>;
+
+    void initAudioDevices();
+    void addAudioDevice(AudioObjectID device);
+    void initMusicDevices();
+    void setUpOutputNode();
+    void setUpMixerNode();
+    void setUpAudioAndStartRunning();
+    void presentErrorAndExit(const Error& error);
+
+    void setUpAllMicroUnits(bool restore, bool log);
+    void cleanAllMicroUnits(bool flag);
+    void waitForAllMicroUnits();
+    void instantiateMicroUnit(const SharedParameters& parameters);
+    void logInstantiateMicroUnit(const std::string& name, const Error& error);
+    void checkForCustomView(const SharedParameters& parameters);
+    void triggerCompleteMicroUnitInstall(const SharedParameters& parameters);
+    void completeMicroUnitInstall(const SharedParameters& parameters);
+    void setMicroUnit(const std::shared_ptr<AVAudioUnit>& synthNode, const InstantiateParameters& parameters);
+    void checkWhetherAllMicroUnitsAreSetup();
+
+    void setUpStreamFormats();
+    void followPhysicalFormat();
+    void removeDefaultOutputPropertyListener();
+    void prepareToDealloc();
+
+    RunLoop& _playerThread;
+    AudioPlatform& _platform;
+    Application& _application;
+
+    std::array<std::unique_ptr<MicroUnit>, kMicroUnitCount> _microUnits;
+    AudioComponentDescription _synthDescription;
+    std::map<std::string, AudioObjectID> _outputDevicesMap;
+    std::map<std::string, AVAudioUnitComponent> _musicDevicesMap;
+    std::unique_ptr<AVAudioEngine> _avEngine;
+    AVAudioMixerNode* _mixerNode = nullptr;
+    AVAudioOutputNode* _outputNode = nullptr;
+    AVAudioFormat _outputFormat;
+
+    StreamFormats _streamFormats;
+    AudioObjectID _outputDeviceID = 0;
+    AudioObjectPropertyAddress _theAddress;
+
+    std::atomic<bool> _avIsRunning{false};            // main and player thread
+    std::atomic<bool> _allMicroUnitsAreSetUp{false};  // written by main and player thread, read by both
+    std::atomic<bool> _isListening{false};            // written by the main thread, read by the player thread
+    std::atomic<bool> _isRecordingEnabled{false};     // main and player thread
+    std::atomic<bool> _isRecording{false};            // main and player thread
+};
+
+}  // namespace zelvane

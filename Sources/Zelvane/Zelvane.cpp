@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Sources/Zelvane/Zelvane.h"
+
+#include <algorithm>
+#include <array>
+
+namespace zelvane {
+
+Zelvane::Zelvane(RunLoop& playerThread, AudioPlatform& platform, Application& application, UserDefaults& defaults)
+    : _playerThread(playerThread),
+      _application(application),
+      _defaults(defaults),
+      _scala(defaults, [&application](const Error& error) { presentErrorWaiting(application, error); }) {
+    setIsListening(false);
+    _audioEngine = std::make_unique<AudioEngine>(playerThread, platform, application);
+    newOSCDecoder();
+    setOutputDeviceFromName(_defaults.string("outputDevice"));
+    setMusicDeviceFromName(_defaults.string("musicDevice"));
+}
+
+void Zelvane::newOSCDecoder() {
+    _oscDecoder = std::make_shared<OSCDecoder>(
+        OSCDecoder::Collaborators{*_audioEngine, _scala, _playerThread, _application, _defaults, *this});
+}
+
+bool Zelvane::bindToAddress(const std::string& address) {
+    Error error;
+    const auto port = static_cast<std::uint16_t>(_defaults.integer("port"));
+    if (_oscDecoder->connection().bindToAddress(address, port, error)) return true;
+    _application.mainRunLoop().perform([&application = _application, error] { application.presentError(error); });
+    return false;
+}
+
+std::uint16_t Zelvane::listeningPort() const {
+    return isListening() ? _oscDecoder->connection().localPort() : std::uint16_t{0};
+}
+
+void Zelvane::setIsListening(bool isListening) {
+    if (_audioEngine != nullptr) _audioEngine->setIsListening(isListening);
+}
+
+void Zelvane::startRunning() {
+    _audioEngine->startRunning();
+    _playerThread.perform([this] { _oscDecoder->connection().receivePacket(); }, RunLoop::Wait::yes);
+    setIsListening(true);
+}
+
+void Zelvane::stopRunning() {
+    _playerThread.perform([this] { allNotesOff(); });
+    setIsListening(false);
+    _audioEngine->stopRunning();
+}
+
+void Zelvane::disconnect() {
+    _playerThread.perform([this] { _oscDecoder->connection().disconnect(); }, RunLoop::Wait::yes);
+}
+
+void Zelvane::allNotesOff() {
+    for (std::uint8_t channel = 0; channel < 16; ++channel) {
+        const std::array<std::uint8_t, 3> bytes{static_cast<std::uint8_t>(0xB0 | channel), 123, 0};
+        _audioEngine->handleMIDIMessage(bytes.data(), 3);
+    }
+}
+
+void Zelvane::checkStatus() {
+    if (!isRecordingEnabled() || isRecording()) return;
+    setIsRecording(true);
+    setIsRecordingEnabled(false);
+    _application.mainRunLoop().perform([&application = _application] { application.statusDidChange(); });
+}
+
+void Zelvane::setOutputDeviceFromName(const std::optional<std::string>& name) {
+    const auto devices = outputDevices();
+    if (name && std::find(devices.begin(), devices.end(), *name) != devices.end())
+        _audioEngine->setAudioDeviceFromName(*name);
+}
+
+void Zelvane::setMusicDeviceFromName(const std::optional<std::string>& name) {
+    const auto devices = musicDevices();
+    if (name && std::find(devices.begin(), devices.end(), *name) != devices.end())
+        _audioEngine->setMusicDeviceFromName(*name);
+}
+
+bool Zelvane::openSoundfont(const std::optional<std::string>& path) {
+    if (!path) return false;
+    const auto registered = _defaults.registeredObject("soundfont");
+    if (!path->empty() && !(registered && *registered == PropertyList{*path}))
+        return _audioEngine->openSoundfont(*path);
+    restoreAppleSounds();
+    return true;
+}
+
+}  // namespace zelvane

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Foundation/UserDefaults.h"
+#include "Sources/Application.h"
+#include "Sources/Zelvane/AudioEngine/AudioEngine.h"
+#include "Sources/Zelvane/MIDIDecoder/ScalaController/ScalaController.h"
+#include "Sources/Zelvane/OSCDecoder/OSCDecoder.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelvane {
+
+/// The player controller: it owns the engine, the OSC side and the tuning, restores the user's choices at the start,
+/// and is what the application talks to. Main thread, unless an operation says otherwise.
+class Zelvane : public StatusChecker {
+  public:
+    Zelvane(RunLoop& playerThread, AudioPlatform& platform, Application& application, UserDefaults& defaults);
+
+    /// Puts a fresh, unbound decoder in the place of the one there is.
+    void newOSCDecoder();
+    bool hasConnection() const { return _oscDecoder != nullptr; }
+    /// Binds the receiving connection to the user's port; a failure is shown to the user.
+    bool bindToAddress(const std::string& address);
+    /// The port on which it receives; 0 while it does not.
+    std::uint16_t listeningPort() const;
+    void disconnect();
+
+    void startRunning();
+    void stopRunning();
+    void checkStatus() override;
+
+    /// Player thread.
+    void allNotesOff();
+
+    bool isListening() const { return _audioEngine->isListening(); }
+    void setIsListening(bool isListening);
+    bool isRecording() const { return _audioEngine->isRecording(); }
+    void setIsRecording(bool isRecording) { _audioEngine->setIsRecording(isRecording); }
+    bool isRecordingEnabled() const { return _audioEngine->isRecordingEnabled(); }
+    void setIsRecordingEnabled(bool isEnabled) { _audioEngine->setIsRecordingEnabled(isEnabled); }
+
+    std::vector<std::string> musicDevices() const { return _audioEngine->musicDevices(); }
+    std::vector<std::string> outputDevices() const { return _audioEngine->audioDevices(); }
+    /// A name that is not in the table changes nothing.
+    void setOutputDeviceFromName(const std::optional<std::string>& name);
+    void setMusicDeviceFromName(const std::optional<std::string>& name);
+
+    /// The empty path and the registered default mean the built-in sounds.
+    bool openSoundfont(const std::optional<std::string>& path);
+    void restoreAppleSounds() { _audioEngine->restoreAppleSounds(); }
+
+    void sendMicroTunings() { _audioEngine->sendMicroTunings(); }
+    std::int32_t microUnitNumberFromSynthNode(const AVAudioUnit* node) const {
+        return _audioEngine->microUnitNumberFromSynthNode(node);
+    }
+    AudioEngine& audioEngine() { return *_audioEngine; }
+    float volume() { return _audioEngine->volume(); }
+    void setVolume(float volume) { _audioEngine->setVolume(volume); }
+
+  private:
+    RunLoop& _playerThread;
+    Application& _application;
+    UserDefaults& _defaults;
+    ScalaController _scala;
+    std::unique_ptr<AudioEngine> _audioEngine;
+    std::shared_ptr<OSCDecoder> _oscDecoder;
+};
+
+}  // namespace zelvane

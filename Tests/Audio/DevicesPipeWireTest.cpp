@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Audio/Devices/Jack/JackBackEnd.h"
+#include "Platform/Audio/Devices/Null/NullBackEnd.h"
+#include "Tests/Audio/SoundServersTest.h"
+#include "Tests/Fakes/JackServer.h"
+#include "Tests/Fakes/PipeWireServer.h"
+
+namespace zelvane {
+namespace {
+
+std::vector<std::unique_ptr<AudioDeviceBackEnd>> jackAndNull() {
+    std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
+    backEnds.push_back(std::make_unique<JackBackEnd>());
+    backEnds.push_back(std::make_unique<NullBackEnd>());
+    return backEnds;
+}
+
+class PipeWire : public testing::Test {
+  protected:
+    bool isHeardOn(const std::string& device, double seconds = 5) {
+        return waitFor([&] { return controller.status().current.device == device; }, seconds) &&
+               waitFor([&, seen = renderer.count()] { return renderer.count() > seen; }, seconds);
+    }
+    bool lists(std::vector<std::string> names) {
+        std::ranges::sort(names);
+        return waitFor(
+            [&] {
+                std::vector<std::string> present = deviceNames(backEnd);
+                std::ranges::sort(present);
+                return present == names;
+            },
+            10);
+    }
+
+    JackServer noJackServer;  // a name under which nobody answers
+    PipeWireServer server;
+    RecordingRenderer renderer;
+    LogLines log;
+    JackBackEnd backEnd;
+    OutputDeviceController controller{jackAndNull(), renderer, [] {}};
+};
+
+TEST_F(PipeWire, playsOnEachOfItsSinksOverItsOwnJackLibrary) {
+    ASSERT_TRUE(server.start());
+    ASSERT_TRUE(server.addSink("first", "First Sink"));
+    ASSERT_TRUE(server.addSink("second", "Second Sink"));
+    ASSERT_TRUE(lists({"JACK: First Sink", "JACK: Second Sink"}));
+    controller.select({"JACK", "JACK: Second Sink"});
+    ASSERT_TRUE(isHeardOn("JACK: Second Sink"));
+    // A sink that goes takes the choice along for as long as it is away.
+    ASSERT_TRUE(server.removeSink("second"));
+    ASSERT_TRUE(isHeardOn("null"));
+    ASSERT_TRUE(server.addSink("second", "Second Sink"));
+    ASSERT_TRUE(isHeardOn("JACK: Second Sink"));
+    const std::size_t before = renderer.count();
+    ASSERT_TRUE(waitFor([&] { return renderer.count() > before + 150; }, 10));
+    auto cycles = renderer.cycles();
+    cycles.erase(cycles.begin(), cycles.begin() + std::ptrdiff_t(before) + 20);
+    expectSteadyCycles(cycles, 48000, 500, "PipeWire over JACK");
+
+    controller.select({});
+    ASSERT_TRUE(server.makeDefault("first"));
+    EXPECT_TRUE(isHeardOn("JACK: First Sink"));
+    ASSERT_TRUE(server.makeDefault("second"));
+    EXPECT_TRUE(isHeardOn("JACK: Second Sink"));
+
+    server.kill();
+    EXPECT_TRUE(isHeardOn("null"));
+    EXPECT_FALSE(renderer.hasOverlapped());
+}
+
+}  // namespace
+}  // namespace zelvane

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Audio/Devices/Null/NullBackEnd.h"
+#include "Platform/Audio/Devices/Pulse/PulseBackEnd.h"
+#include "Tests/Audio/SoundServersTest.h"
+#include "Tests/Fakes/PulseServer.h"
+
+namespace zelvane {
+namespace {
+
+class Pulse : public testing::Test {
+  protected:
+    PulseServer server;
+    RecordingRenderer renderer;
+    PulseBackEnd backEnd;
+    Error error;
+};
+
+TEST_F(Pulse, listsSinksByTheirDescriptions) {
+    EXPECT_TRUE(backEnd.devices().empty());
+    ASSERT_TRUE(server.start());
+    ASSERT_NE(server.addSink("one", "Kopfh\u00f6rer", 44100), "");
+    ASSERT_NE(server.addSink("two", "Kopfh\u00f6rer", 96000), "");
+    ASSERT_TRUE(server.control({"set-default-sink", "two"}));
+    const std::vector<std::string> names = {"PulseAudio: Kopfh\u00f6rer", "PulseAudio: Kopfh\u00f6rer (2)"};
+    ASSERT_TRUE(waitFor([&] { return deviceNames(backEnd) == names; }, 5));
+    const auto devices = backEnd.devices();
+    EXPECT_FALSE(devices[0].isDefault);
+    EXPECT_TRUE(devices[1].isDefault);
+    EXPECT_EQ(devices[0].format, (AudioDeviceFormat{44100, 2, 512, 16}));
+    EXPECT_EQ(backEnd.open("PulseAudio: nothing", {}, error), nullptr);
+    EXPECT_EQ(backEnd.open({}, {}, error)->format().sampleRate, 96000);
+}
+
+TEST_F(Pulse, datesItsCyclesSmoothly) {
+    ASSERT_TRUE(server.start());
+    ASSERT_NE(server.addSink("one", "One", 48000), "");
+    auto stream = backEnd.open("PulseAudio: One", {.periodFrames = 256}, error);
+    ASSERT_TRUE(stream && stream->start(renderer)) << error.description;
+    ASSERT_TRUE(waitFor([&] { return renderer.count() >= 700; }, 10));
+    EXPECT_EQ(stream->state(), AudioStreamState::alive);
+    stream.reset();
+    const std::size_t stoppedAt = renderer.count();
+    auto cycles = renderer.cycles();
+    for (std::size_t i = 10; i < cycles.size(); ++i) EXPECT_FALSE(cycles[i].isDiscontinuous) << i;
+    cycles.erase(cycles.begin(), cycles.begin() + 200);
+    expectSteadyCycles(cycles, 48000, 400, "PulseAudio (null sink, 256 frames)");
+    EXPECT_EQ(renderer.count(), stoppedAt);
+}
+
+std::vector<std::unique_ptr<AudioDeviceBackEnd>> pulseAndNull() {
+    std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
+    backEnds.push_back(std::make_unique<PulseBackEnd>());
+    backEnds.push_back(std::make_unique<NullBackEnd>());
+    return backEnds;
+}
+
+class PulseController : public Pulse {
+  protected:
+    bool isHeardOn(const std::string& device, double seconds = 5) {
+        return waitFor([&] { return controller.status().current.device == device; }, seconds) &&
+               waitFor([&, seen = renderer.count()] { return renderer.count() > seen; }, seconds);
+    }
+
+    LogLines log;
+    OutputDeviceController controller{pulseAndNull(), renderer, [] {}};
+};
+
+TEST_F(PulseController, leavesASinkThatIsRemovedAndReturnsToIt) {
+    ASSERT_TRUE(server.start());
+    ASSERT_NE(server.addSink("one", "One", 48000), "");
+    std::string second = server.addSink("two", "Two", 44100);
+    controller.select({"PulseAudio", "PulseAudio: Two"});
+    ASSERT_TRUE(isHeardOn("PulseAudio: Two"));
+    EXPECT_EQ(controller.status().format.sampleRate, 44100);
+    Duration fastest = std::chrono::seconds(5);
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(server.removeSink(second));
+        const TimePoint removed = Clock::monotonic().now();
+        ASSERT_TRUE(isHeardOn("null")) << "not on the other sink: that one was not chosen";
+        fastest = std::min(fastest, Clock::monotonic().now() - removed);
+        second = server.addSink("two", "Two", 44100);
+        ASSERT_TRUE(isHeardOn("PulseAudio: Two", 2));
+    }
+    EXPECT_LT(fastest, std::chrono::milliseconds(100));
+    server.kill();
+    ASSERT_TRUE(isHeardOn("null"));
+    ASSERT_TRUE(server.start());
+    ASSERT_NE(server.addSink("two", "Two", 44100), "");
+    EXPECT_TRUE(isHeardOn("PulseAudio: Two", 2));
+    EXPECT_FALSE(renderer.hasOverlapped());
+}
+
+TEST_F(PulseController, followsTheDefaultSinkAndItsRate) {
+    ASSERT_TRUE(server.start());
+    ASSERT_NE(server.addSink("one", "One", 48000), "");
+    const std::string second = server.addSink("two", "Two", 44100);
+    ASSERT_TRUE(server.control({"set-default-sink", "two"}));
+    controller.select({});
+    ASSERT_TRUE(isHeardOn("PulseAudio: Two"));
+    ASSERT_TRUE(server.removeSink(second));
+    ASSERT_TRUE(isHeardOn("PulseAudio: One"));
+    EXPECT_TRUE(waitFor([&] { return controller.status().format.sampleRate == 48000; }, 5));
+    ASSERT_TRUE(server.control({"suspend-sink", "one", "1"}));
+    ASSERT_TRUE(isHeardOn("null")) << "a suspended sink takes no sound";
+    ASSERT_TRUE(server.control({"suspend-sink", "one", "0"}));
+    EXPECT_TRUE(isHeardOn("PulseAudio: One"));
+}
+
+}  // namespace
+}  // namespace zelvane

@@ -1,0 +1,305 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Audio/Instruments/SoundFont/FileURL.h"
+#include "Platform/Audio/Instruments/SoundFont/SoundFontProperties.h"
+#include "Platform/Audio/Instruments/SoundFont/SoundFontProvider.h"
+#include "Tests/Audio/SoundFontPlayer.h"
+#include "Tests/Fakes/LogLines.h"
+#include "Tests/Fakes/PitchMeter.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <thread>
+
+using namespace zelvane;
+namespace fs = std::filesystem;
+
+namespace {
+
+const UnitProperty& property(const Instrument& instrument, AudioUnitPropertyID id) {
+    const auto all = instrument.properties();
+    return *std::find_if(all.begin(), all.end(), [id](const UnitProperty& one) { return one.id == id; });
+}
+
+template <typename Value>
+Value got(const Instrument& instrument, AudioUnitPropertyID id) {
+    Value value{};
+    EXPECT_EQ(property(instrument, id).size(), sizeof value);
+    EXPECT_EQ(property(instrument, id).get(0, std::as_writable_bytes(std::span(&value, 1))), kNoError);
+    return value;
+}
+
+template <typename Value>
+OSStatus set(const Instrument& instrument, AudioUnitPropertyID id, const Value& value) {
+    return property(instrument, id).set(std::as_bytes(std::span(&value, 1)));
+}
+
+PropertyList gotObject(const Instrument& instrument, AudioUnitPropertyID id) {
+    const auto reference = got<PropertyReference>(instrument, id);
+    const auto object = propertyObject(reference);
+    releaseProperty(reference);
+    EXPECT_EQ(propertyObject(reference), nullptr) << "a reader's count is the only one";
+    return object ? *object : PropertyList{};
+}
+
+OSStatus setObject(const Instrument& instrument, AudioUnitPropertyID id, PropertyList object) {
+    const PropertyReference reference = retainProperty(std::move(object));
+    const OSStatus status = set(instrument, id, reference);
+    releaseProperty(reference);
+    return status;
+}
+
+/// How far the note of 440 Hz on that channel is above what is expected.
+double centsAboveExpected(SoundFontPlayer& player, double expected, int channel = 0) {
+    player.now(0x90 | channel, 69, 100);
+    player.renderSeconds(0.1);
+    const double frequency = measuredFrequency(player.renderSeconds(1), player.rate, expected);
+    player.now(0x80 | channel, 69);
+    player.renderSeconds(0.2);
+    return centsAbove(expected, frequency);
+}
+
+fs::path written(const fs::path& file, const std::string& content) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+    return file;
+}
+
+}  // namespace
+
+TEST(SoundFontBank, IsLoadedOnceAndFreedByTheLast) {
+    const TinyFont tiny;
+    std::weak_ptr<SoundFontBank> watched;
+    {
+        std::array<std::unique_ptr<SoundFontPlayer>, 10> units;
+        for (auto& unit : units) unit = std::make_unique<SoundFontPlayer>(tiny.bank());
+        watched = units[0]->instrument.bank();
+        fs::create_symlink(tiny.file, tiny.folder.path / "link.sf2");
+        EXPECT_EQ(loadedBank(tiny.folder.path / "link.sf2"), watched.lock());
+        for (auto& unit : units) EXPECT_EQ(unit->instrument.bank(), watched.lock());
+        // A unit that goes while it sounds leaves its voices to the one that plays on.
+        units[0]->now(0x90, 69, 100), units[1]->now(0x90, 69, 100);
+        units[0]->renderSeconds(0.1), units[1]->renderSeconds(0.1);
+        units[0].reset();
+        EXPECT_FALSE(units[1]->isSilent());
+        units[1].reset();
+    }
+    EXPECT_TRUE(watched.expired());
+    const auto before = tiny.bank();
+    fs::last_write_time(tiny.file, fs::last_write_time(tiny.file) + std::chrono::seconds(1));
+    EXPECT_NE(tiny.bank(), before) << "a file written anew is another font";
+}
+
+TEST(SoundFontBank, RefusesDamagedFiles) {
+    const LogLines log;
+    const TemporaryFolder folder;
+    const std::string whole = tinySoundFont();
+    Error error;
+    EXPECT_EQ(SoundFontBank::load(folder.path / "none.sf2", error), nullptr);
+    EXPECT_THAT(error.description, testing::HasSubstr("none.sf2"));
+    EXPECT_EQ(SoundFontBank::load(folder.path, error), nullptr);
+    for (std::size_t length = 0; length < whole.size(); length += 1 + length / 3)
+        EXPECT_EQ(SoundFontBank::load(written(folder.path / "cut.sf2", whole.substr(0, length)), error), nullptr)
+            << length;
+    // Bytes changed anywhere may still be a font; then it has to play.
+    std::uint32_t random = 1;
+    for (int i = 0; i < 60; ++i) {
+        std::string damaged = whole;
+        for (int change = 0; change < 8; ++change) {
+            random = random * 1664525 + 1013904223;
+            const std::size_t place = i % 2 ? random % damaged.size() : damaged.size() - 1 - random % 900;
+            damaged[place] = static_cast<char>(random >> 24);
+        }
+        if (auto bank = SoundFontBank::load(written(folder.path / "damaged.sf2", damaged), error)) {
+            SoundFontPlayer player(std::move(bank));
+            for (int program = 0; program < 3; ++program) player.now(0xC0, program), player.now(0x90, 69, 100);
+            player.renderSeconds(0.2);
+        }
+    }
+    for (const std::string& line : log.all()) EXPECT_THAT(line, testing::Not(testing::HasSubstr("\n")));
+}
+
+TEST(SoundFontProvider, FindsTheInstalledFont) {
+    const TemporaryFolder folder;
+    const std::vector<fs::path> folders{folder.path / "home", folder.path / "usr"};
+    SoundFontProvider provider(folders);
+    Error error;
+    EXPECT_TRUE(provider.components().empty());
+    EXPECT_EQ(provider.instantiate(kSoundFontDescription, error), nullptr);
+    EXPECT_FALSE(error.description.empty());
+    const auto found = [&](const char* name) {
+        written(folder.path / name, tinySoundFont());
+        return findSoundFont(folders) == folder.path / name;
+    };
+    written(folder.path / "home/soundfonts/broken.sf2", "no font");
+    EXPECT_TRUE(provider.components().empty());
+    EXPECT_TRUE(found("usr/soundfonts/b.sf2"));
+    EXPECT_TRUE(found("usr/soundfonts/a.sf2"));
+    EXPECT_TRUE(found("home/sounds/sf2/z.sf2"));
+    EXPECT_TRUE(found("usr/sounds/sf2/TimGM6mb.sf2"));
+    EXPECT_TRUE(found("usr/soundfonts/default-GM.sf3"));
+    EXPECT_TRUE(found("usr/sounds/sf2/default-GM.sf2"));
+    ASSERT_EQ(provider.components().size(), 1U);
+    EXPECT_EQ(provider.components()[0].name, "DLSMusicDevice");
+    AudioComponentDescription asked = provider.components()[0].audioComponentDescription;
+    asked.componentFlags = asked.componentFlagsMask = 0x1A;
+    EXPECT_NE(provider.instantiate(asked, error), nullptr);
+    asked.componentSubType = 1;
+    EXPECT_EQ(provider.instantiate(asked, error), nullptr);
+}
+
+TEST(SoundFontProperties, ClassInfoBringsSettingsToAnotherUnitButNotItsTuning) {
+    const TinyFont tiny, other;
+    SoundFontPlayer one(tiny.bank());
+    SoundFontPlayer two(other.bank());
+    one.bend(10646);
+    for (const auto& [controller, value] : {std::pair{0, 1}, {7, 55}, {64, 127}, {101, 0}, {100, 0}, {6, 4}})
+        one.now(0xB3, controller, value);
+    one.now(0xC3, 0);
+    one.isSilent();
+    one.instrument.setParameter(0, 0.75F);
+    EXPECT_EQ(set(one.instrument, kAudioUnitProperty_RenderQuality, std::uint32_t{127}), kNoError);
+    const PropertyList info = gotObject(one.instrument, kAudioUnitProperty_ClassInfo);
+    EXPECT_EQ(setObject(two.instrument, kAudioUnitProperty_ClassInfoFromDocument, info), kNoError);
+    EXPECT_EQ(gotObject(two.instrument, kAudioUnitProperty_ClassInfo), info);
+    two.isSilent();
+    EXPECT_EQ(two.instrument.bank(), one.instrument.bank());
+    EXPECT_EQ(two.instrument.parameterValue(0), 0.75F);
+    EXPECT_NEAR(centsAboveExpected(two, 880, 3), 0, 0.1) << "the octave's preset, at this unit's own tuning";
+    one.now(0xB3, 64, 0);
+    EXPECT_NEAR(centsAboveExpected(one, 880, 3), 120, 0.1);
+}
+
+TEST(SoundFontProperties, ClassInfoOfAnotherKindIsRefusedAndChangesNothing) {
+    const TinyFont tiny;
+    SoundFontPlayer player(tiny.bank());
+    const PropertyList info = gotObject(player.instrument, kAudioUnitProperty_ClassInfo);
+    const auto& whole = std::get<PropertyList::Dictionary>(info.value);
+    std::vector<PropertyList> wrong{PropertyList{std::string("text")}, PropertyList{PropertyList::Dictionary{}}};
+    for (const auto& [key, value] : whole) {
+        if (key == "name") continue;
+        auto without = whole;
+        without.erase(key);
+        wrong.push_back({without});
+        without[key] = {std::string("/no/font")};
+        wrong.push_back({without});
+    }
+    const LogLines log;
+    for (const PropertyList& list : wrong)
+        EXPECT_NE(setObject(player.instrument, kAudioUnitProperty_ClassInfo, list), kNoError);
+    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_ClassInfo, std::uint64_t{123456789}),
+              kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_ClassInfo, std::uint32_t{1}),
+              kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(gotObject(player.instrument, kAudioUnitProperty_ClassInfo), info);
+}
+
+TEST(SoundFontProperties, PresetsAreListedAndChosenByNumber) {
+    const TinyFont tiny;
+    SoundFontPlayer player(tiny.bank());
+    const PropertyList list = gotObject(player.instrument, kAudioUnitProperty_FactoryPresets);
+    const auto& presets = std::get<PropertyList::Array>(list.value);
+    ASSERT_EQ(presets.size(), 4U);
+    EXPECT_EQ(std::get<PropertyList::Dictionary>(presets[2].value).at("number"), (PropertyList{std::int64_t{128}}));
+    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{128, 0, 0}), kNoError);
+    const auto present = got<AUPreset>(player.instrument, kAudioUnitProperty_PresentPreset);
+    EXPECT_EQ(present.presetNumber, 128);
+    EXPECT_EQ(*propertyObject(present.presetName), (PropertyList{std::string("Octave")}));
+    EXPECT_NEAR(centsAboveExpected(player, 880, 5), 0, 0.1);
+    for (const std::int32_t number : {-1, 3, 1000000}) {
+        EXPECT_EQ(set(player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{number, 0, 0}),
+                  kAudioUnitErr_InvalidPropertyValue);
+    }
+    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{128 * 128, 0, 0}), kNoError);
+    EXPECT_EQ(got<AUPreset>(player.instrument, kAudioUnitProperty_PresentPreset).presetNumber, 128)
+        << "a drum kit is for channel 10";
+}
+
+TEST(SoundFontProperties, QualityAndReverb) {
+    const TinyFont tiny;
+    SoundFontPlayer player(tiny.bank());
+    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_RenderQuality, std::uint32_t{128}),
+              kAudioUnitErr_InvalidPropertyValue);
+    const auto sound = [&](std::uint32_t quality) {
+        EXPECT_EQ(set(player.instrument, kAudioUnitProperty_RenderQuality, quality), kNoError);
+        player.now(0x90, 62, 100);
+        auto rendered = player.renderSeconds(0.1);
+        player.now(0xB0, 120);
+        player.renderSeconds(0.1);
+        return rendered;
+    };
+    EXPECT_NE(sound(0), sound(127));
+    EXPECT_EQ(got<std::uint32_t>(player.instrument, kMusicDeviceProperty_UsesInternalReverb), 0U);
+    const auto dry = sound(64);
+    EXPECT_EQ(set(player.instrument, kMusicDeviceProperty_UsesInternalReverb, std::uint32_t{1}), kNoError);
+    EXPECT_EQ(got<std::uint32_t>(player.instrument, kMusicDeviceProperty_UsesInternalReverb), 1U);
+    player.now(0xB0, 91, 127);
+    EXPECT_NE(sound(64), dry);
+}
+
+TEST(SoundFontURL, GoesThereAndBack) {
+    EXPECT_EQ(pathFromFileURL("/a b/%41.sf2"), "/a b/%41.sf2");
+    EXPECT_EQ(pathFromFileURL("file:///a%20b/c.sf2"), "/a b/c.sf2");
+    EXPECT_EQ(pathFromFileURL("file://localhost/c%zz%4"), "/c%zz%4");
+    for (const char* path : {"/plain.sf2", "/µ %41#?.sf2"}) EXPECT_EQ(pathFromFileURL(fileURL(path)), path);
+}
+
+TEST(SoundFontProperties, TheBankChangesWhileNothingIsRendered) {
+    const LogLines log;
+    const TinyFont first, second;
+    std::weak_ptr<SoundFontBank> former;
+    SoundFontPlayer player(first.bank());
+    former = player.instrument.bank();
+    player.now(0x90, 69, 100);
+    player.isSilent();
+    const auto setBank = [&](const std::string& text) {
+        return setObject(player.instrument, kMusicDeviceProperty_SoundBankURL, {text});
+    };
+    const std::vector<std::string> wrong{"/no/font.sf2", "", first.folder.write("text.sf2", "text").string()};
+    for (const std::string& path : wrong) EXPECT_EQ(setBank(path), kAudioUnitErr_InvalidFile);
+    EXPECT_FALSE(player.isSilent()) << "the old bank plays on";
+    EXPECT_EQ(setBank(fileURL(second.file)), kNoError);
+    EXPECT_EQ(gotObject(player.instrument, kMusicDeviceProperty_SoundBankURL),
+              (PropertyList{fileURL(fs::canonical(second.file))}));
+    EXPECT_TRUE(player.isSilent());
+    EXPECT_NEAR(centsAboveExpected(player, 440), 0, 0.1);
+    EXPECT_EQ(player.instrument.prepare(48000, 512), kNoError);
+    EXPECT_TRUE(former.expired());
+}
+
+TEST(SoundFontThreads, BanksChangeAndUnitsGoWhileOthersRender) {
+    const TinyFont first, second;
+    std::weak_ptr<SoundFontBank> banks[2];
+    {
+        SoundFontPlayer player(first.bank());
+        SoundFontPlayer neighbour(first.bank());
+        const auto one = first.bank(), two = second.bank();
+        banks[0] = one, banks[1] = two;
+        std::atomic<bool> isOver{false};  // written by this thread, read by the one that renders
+        std::thread audio([&] {
+            for (int i = 0; !isOver; ++i) {
+                player.now(0x90, 60 + i % 12, 100), player.now(0x80, 60 + (i + 5) % 12), player.now(0xE0, 0, i % 128);
+                neighbour.now(i % 2 ? 0x80 : 0x90, 69, 100);
+                player.render(256, 256), neighbour.render(256, 256);
+            }
+        });
+        for (int i = 0; i < 60; ++i) {
+            EXPECT_EQ(player.instrument.loadBank(i % 2 ? first.file : second.file), kNoError);
+            const PropertyList info = gotObject(player.instrument, kAudioUnitProperty_ClassInfo);
+            EXPECT_EQ(setObject(player.instrument, kAudioUnitProperty_ClassInfo, info), kNoError);
+            EXPECT_EQ(set(player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{i % 2, 0, 0}), kNoError);
+            EXPECT_EQ(
+                set(player.instrument, kMusicDeviceProperty_UsesInternalReverb, static_cast<std::uint32_t>(i % 2)),
+                kNoError);
+            EXPECT_EQ(player.instrument.loadBank("/no/font.sf2"), kAudioUnitErr_InvalidFile);
+            SoundFontPlayer passing(one);
+            player.instrument.silence();
+        }
+        isOver = true;
+        audio.join();
+    }
+    EXPECT_TRUE(banks[0].expired());
+    EXPECT_TRUE(banks[1].expired());
+}

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Audio/Devices/OutputDeviceController.h"
+#include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/LogLines.h"
+#include "Tests/Fakes/RecordingRenderer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace zelvane {
+
+inline std::vector<std::string> deviceNames(AudioDeviceBackEnd& backEnd) {
+    std::vector<std::string> names;
+    for (const AudioDeviceInfo& info : backEnd.devices()) names.push_back(info.name);
+    return names;
+}
+
+/// The longest run of cycles in which the server lost nothing.
+inline std::vector<RecordingRenderer::Cycle> longestStretch(const std::vector<RecordingRenderer::Cycle>& all) {
+    std::vector<RecordingRenderer::Cycle> longest;
+    std::vector<RecordingRenderer::Cycle> present;
+    for (const RecordingRenderer::Cycle& cycle : all) {
+        if (cycle.isDiscontinuous) present.clear();
+        present.push_back(cycle);
+        if (present.size() > longest.size()) longest = present;
+    }
+    return longest;
+}
+
+/// Expects cycles whose start times stay within that distance of the straight line through them, near the time at which
+/// they were asked for, at about the device's rate. Prints what was seen.
+inline void expectSteadyCycles(const std::vector<RecordingRenderer::Cycle>& all, double sampleRate, double microseconds,
+                               const char* what) {
+    const std::vector<RecordingRenderer::Cycle> cycles = longestStretch(all);
+    ASSERT_GT(cycles.size(), 50U);
+    std::vector<double> frames(cycles.size());
+    std::vector<double> times(cycles.size());
+    double frame = 0;
+    double earliest = 0;
+    for (std::size_t i = 0; i < cycles.size(); ++i) {
+        frames[i] = frame;
+        times[i] = std::chrono::duration<double, std::micro>(cycles[i].start - cycles[0].start).count();
+        frame += cycles[i].frames;
+        const double lead = std::chrono::duration<double, std::micro>(cycles[i].start - cycles[i].cameAt).count();
+        earliest = std::max(earliest, lead);
+    }
+    double meanFrame = 0;
+    double meanTime = 0;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        meanFrame += frames[i] / double(frames.size());
+        meanTime += times[i] / double(frames.size());
+    }
+    double products = 0;
+    double squares = 0;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        products += (frames[i] - meanFrame) * (times[i] - meanTime);
+        squares += (frames[i] - meanFrame) * (frames[i] - meanFrame);
+    }
+    const double slope = products / squares;
+    std::vector<double> errors;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        errors.push_back(std::abs(times[i] - meanTime - slope * (frames[i] - meanFrame)));
+    }
+    std::ranges::sort(errors);
+    std::printf(
+        "%s: %zu of %zu cycles, rate off by %.0f ppm, start times off by p50 %.1f, p99 %.1f, at most %.1f us; at most "
+        "%.0f us ahead\n",
+        what, cycles.size(), all.size(), (1e6 / slope / sampleRate - 1) * 1e6, errors[errors.size() / 2],
+        errors[errors.size() * 99 / 100], errors.back(), earliest);
+    // Wide enough for a machine that is busy with other things.
+    EXPECT_NEAR(1e6 / slope / sampleRate, 1, 0.01);
+    EXPECT_LT(errors[errors.size() / 2], microseconds);
+    EXPECT_LT(earliest, 2000);
+}
+
+}  // namespace zelvane

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Tests/EndToEnd/RunningPlayer.h"
+
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+
+namespace zelvane {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+OSCMessage fifos(double milliseconds, float pitch) {
+    return {"/vesk.µq/fifos", {{milliseconds}, {pitch}, {100}, {20}, {1}}};
+}
+
+std::ptrdiff_t countLines(const std::string& text, const std::string& part) {
+    std::ptrdiff_t count = 0;
+    for (std::size_t place = text.find(part); place != std::string::npos; place = text.find(part, place + 1)) ++count;
+    return count;
+}
+
+TEST(Program, PlaysOnTheNullDeviceAndEndsWithinASecond) {
+    RunningPlayer player({"--device", "null"});
+    ASSERT_TRUE(player.isListening()) << player.output();
+    EXPECT_THAT(player.output(), HasSubstr("Zelvane: playing on null\n"));
+    player.send({"/om/note", {{6050}, {100}, {5000}, {1}}});
+    player.send({"/om/nothing", {{std::string("hallo")}, {1.5F}}});
+    EXPECT_TRUE(waitFor(
+        [&] { return player.output().find("/om/nothing with arguments (\"hallo\", 1.5)") != std::string::npos; }, 2));
+    for (const int signal : {SIGTERM, SIGINT}) {
+        RunningPlayer other({"--device=null"});
+        ASSERT_TRUE(other.isListening());
+        const auto begin = std::chrono::steady_clock::now();
+        other.signal(signal);
+        EXPECT_EQ(other.wait(), 0);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(ZELVANE_SLOW));
+    }
+    EXPECT_EQ(player.terminate(), 0);
+}
+
+TEST(Program, ASecondPlayerOnThePortSaysSoAndEndsWithOne) {
+    RunningPlayer first({"--device", "null"});
+    ASSERT_TRUE(first.isListening());
+    RunningPlayer second({"--device", "null", "--set", "port=" + std::to_string(first.port)});
+    EXPECT_EQ(second.wait(), 1);
+    EXPECT_THAT(second.output(),
+                HasSubstr("Sorry, OSC is unable to listen on 127.0.0.1 port " + std::to_string(first.port)));
+    RunningPlayer silent({"--device", "no such thing"});
+    EXPECT_EQ(silent.wait(), 2);
+    EXPECT_THAT(silent.output(), HasSubstr("there is no output device \"no such thing\""));
+}
+
+TEST(Program, TheCommandLineIsReadAndItsFaultsAreTold) {
+    TemporaryFolder folder;
+    const std::string output = folder.path / "output";
+    const auto run = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), {"sh", "-c", R"(exec "$0" "$@" 2>&1)", ZELVANE_PROGRAM});
+        return ChildProcess(words, {{"HOME", folder.path}}, output).wait();
+    };
+    EXPECT_EQ(run({"--help"}), 0);
+    EXPECT_EQ(run({"--version"}), 0);
+    EXPECT_EQ(run({"--list-devices"}), 0);
+    const std::vector<std::vector<std::string>> faults{
+        {"--frob"},   {"--set"},  {"--set", "=3"},       {"--set", "port"},
+        {"--device"}, {"--send"}, {"--send", "om/note"}, {"stray"}};
+    for (const auto& words : faults) EXPECT_EQ(run(words), 2) << words.front();
+    const std::string deserted = std::to_string(UdpEar().port());
+    EXPECT_EQ(run({"--set", "port=" + deserted, "--send", "/om/note", "1"}), 1);
+    UdpEar ear;
+    EXPECT_EQ(run({"--set", "port=" + std::to_string(ear.port()), "--send", "/om/note", "6050", "2.5", "x"}), 0);
+    EXPECT_EQ(ear.nextAddress(1), "/om/note");
+}
+
+TEST(Program, AClientIsAskedForMoreAsTheQueuePassesThroughFive) {
+    RunningPlayer player({"--device", "null"});
+    ASSERT_TRUE(player.isListening());
+    for (int n = 0; n < 8; ++n) player.send(fifos(40, 60));
+    player.send({"/vesk.µq/start", {}});
+    EXPECT_EQ(player.client.nextAddress(3), "/vesk.mq/more");
+    EXPECT_EQ(player.client.nextAddress(0.5), "");
+    player.send({"/vesk.µq/continue", {}});
+    EXPECT_EQ(player.client.nextAddress(1), "/vesk.mq/more");
+    EXPECT_EQ(player.terminate(), 0);
+}
+
+TEST(Program, ABurstOfTwentyThousandMessagesLosesNone) {
+    RunningPlayer player({"--device", "null"});
+    ASSERT_TRUE(player.isListening());
+    for (int n = 0; n < 20000; ++n) player.send({"/x", {{n}}});
+    EXPECT_TRUE(waitFor([&] { return player.output().find("/x with arguments (19999)\n") != std::string::npos; }, 30));
+    EXPECT_EQ(countLines(player.output(), "received unknown OSC message /x"), 20000);
+    EXPECT_EQ(player.terminate(), 0);
+}
+
+TEST(Program, TheServiceManagerHearsThatItIsReady) {
+    TemporaryFolder folder;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string name = folder.path / "notify";
+    name.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    const timeval limit{10, 0};
+    ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    ::setenv("NOTIFY_SOCKET", name.c_str(), 1);
+    RunningPlayer player({"--device", "null"});
+    ::unsetenv("NOTIFY_SOCKET");
+    std::array<char, 64> text{};
+    EXPECT_GT(::recv(socket, text.data(), text.size() - 1, 0), 0);
+    EXPECT_STREQ(text.data(), "READY=1");
+    ::close(socket);
+    EXPECT_EQ(player.terminate(), 0);
+}
+
+TEST(Program, WithoutAFontTheAlertNamesThePackage) {
+    TemporaryFolder folder;
+    const std::string output = folder.path / "output";
+    ChildProcess player({"sh", "-c", R"(exec "$0" "$@" 2>&1)", ZELVANE_PROGRAM, "--headless", "--device", "null"},
+                        {{"HOME", folder.path}, {"XDG_DATA_HOME", folder.path}, {"XDG_DATA_DIRS", folder.path}},
+                        output);
+    EXPECT_EQ(player.wait(), 1);
+    std::ostringstream text;
+    text << std::ifstream(output).rdbuf();
+    EXPECT_THAT(text.str(), HasSubstr("Sorry, no suitable music devices found. Exiting.\n"));
+    EXPECT_THAT(text.str(), HasSubstr("timgm6mb-soundfont"));
+}
+
+}  // namespace
+}  // namespace zelvane

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Tests/EndToEnd/RunningPlayer.h"
+
+#include "Platform/OSC/OSCPacket.h"
+#include "Tests/Fakes/TinySoundFont.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace zelvane {
+
+namespace {
+
+sockaddr_in loopback(std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
+std::uint16_t freePort() {
+    return UdpEar().port();
+}
+
+}  // namespace
+
+UdpEar::UdpEar(std::uint16_t port) : _socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address = loopback(port);
+    socklen_t length = sizeof address;
+    ::bind(_socket, reinterpret_cast<const sockaddr*>(&address), length);
+    ::getsockname(_socket, reinterpret_cast<sockaddr*>(&address), &length);
+    _port = ntohs(address.sin_port);
+}
+
+UdpEar::~UdpEar() {
+    ::close(_socket);
+}
+
+std::string UdpEar::nextAddress(double seconds) const {
+    pollfd readable{_socket, POLLIN, 0};
+    if (::poll(&readable, 1, static_cast<int>(seconds * 1000)) <= 0) return {};
+    std::array<std::byte, 2048> bytes{};
+    const auto length = ::recv(_socket, bytes.data(), bytes.size(), 0);
+    auto parsed = parseOSCPacket(std::span(bytes).first(static_cast<std::size_t>(length)));
+    return parsed.isPacket() ? parsed.packet().message().address : parsed.reason();
+}
+
+void UdpEar::send(const OSCMessage& message, std::uint16_t port) const {
+    const auto bytes = serializeOSCMessage(message);
+    const sockaddr_in address = loopback(port);
+    ::sendto(_socket, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+}
+
+RunningPlayer::RunningPlayer(const std::vector<std::string>& options)
+    : port(freePort()), _outputFile(_home.path / "output") {
+    std::filesystem::create_directories(_home.path / "data" / "soundfonts");
+    writeTinySoundFont(_home.path / "data" / "soundfonts" / "default-GM.sf2");
+    std::vector<std::string> command{"sh",
+                                     "-c",
+                                     R"(exec "$0" "$@" 2>&1)",
+                                     ZELVANE_PROGRAM,
+                                     "--headless",
+                                     "--set",
+                                     "port=" + std::to_string(port),
+                                     "--set",
+                                     "outPort=" + std::to_string(client.port())};
+    command.insert(command.end(), options.begin(), options.end());
+    _process = std::make_unique<ChildProcess>(
+        command,
+        ChildProcess::Environment{
+            {"HOME", _home.path}, {"XDG_CONFIG_HOME", _home.path / "config"}, {"XDG_DATA_HOME", _home.path / "data"}},
+        _outputFile);
+}
+
+std::string RunningPlayer::output() const {
+    std::ostringstream text;
+    text << std::ifstream(_outputFile).rdbuf();
+    return text.str();
+}
+
+bool RunningPlayer::isListening(double seconds) const {
+    const std::string line = "Zelvane: listening on 127.0.0.1:" + std::to_string(port) + "\n";
+    return waitFor([&] { return output().find(line) != std::string::npos; }, seconds);
+}
+
+int RunningPlayer::terminate() {
+    _process->signal(SIGTERM);
+    return _process->wait();
+}
+
+}  // namespace zelvane

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/OSC/OSCMessage.h"
+#include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/TemporaryFolder.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zelvane {
+
+/// A UDP port of the loopback address that is free, or bound and listened to.
+class UdpEar {
+  public:
+    /// Port 0: the system chooses.
+    explicit UdpEar(std::uint16_t port = 0);
+    ~UdpEar();
+    UdpEar(const UdpEar&) = delete;
+    UdpEar& operator=(const UdpEar&) = delete;
+
+    std::uint16_t port() const { return _port; }
+    /// The address of the next OSC message, or nothing when none comes for so many seconds.
+    std::string nextAddress(double seconds) const;
+    void send(const OSCMessage& message, std::uint16_t port) const;
+
+  private:
+    int _socket;
+    std::uint16_t _port = 0;
+};
+
+/// The real program, in a home of its own whose General MIDI font sounds like a tuning fork.
+class RunningPlayer {
+  public:
+    explicit RunningPlayer(const std::vector<std::string>& options = {});
+
+    /// True once it says that it listens.
+    bool isListening(double seconds = 10) const;
+    void send(const OSCMessage& message) const { client.send(message, port); }
+    /// What it has printed so far, both outputs.
+    std::string output() const;
+    /// Asks it to end; its exit status.
+    int terminate();
+    int wait() { return _process->wait(); }
+    void signal(int number) const { _process->signal(number); }
+
+    const UdpEar client;  ///< on the player's `outPort`
+    std::uint16_t port;
+
+  private:
+    TemporaryFolder _home;
+    std::string _outputFile;
+    std::unique_ptr<ChildProcess> _process;
+};
+
+}  // namespace zelvane

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Sources/Application.h"
+
+#include <vector>
+
+namespace zelvane {
+
+/// An application without a face: it keeps what it would have shown. Its main run loop is the test's.
+class FakeApplication final : public Application {
+  public:
+    explicit FakeApplication(RunLoop& mainRunLoop) : _mainRunLoop(mainRunLoop) {}
+
+    RunLoop& mainRunLoop() override { return _mainRunLoop; }
+    void statusDidChange() override { ++statusChanges; }
+    void presentError(const Error& error) override { errors.push_back(error); }
+    void presentErrorAndTerminate(const Error& error) override {
+        fatalErrors.push_back(error);
+        _mainRunLoop.end();
+    }
+
+    std::vector<Error> errors, fatalErrors;  ///< main thread
+    int statusChanges = 0;                   ///< main thread
+
+  private:
+    RunLoop& _mainRunLoop;
+};
+
+}  // namespace zelvane

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Tests/Fakes/PipeWireServer.h"
+
+#include <stdlib.h>
+
+namespace zelvane {
+
+PipeWireServer::PipeWireServer() {
+    for (const auto& [name, value] : environment()) {
+        if (name.starts_with("PIPEWIRE_")) setenv(name.c_str(), value.c_str(), 1);
+    }
+}
+
+bool PipeWireServer::start() {
+    _server.emplace(std::vector<std::string>{"pipewire"}, environment());
+    if (!waitFor([this] { return std::filesystem::exists(_folder.path / "pipewire-0"); }, 10)) return false;
+    _sessionManager.emplace(std::vector<std::string>{"dbus-run-session", "--", "wireplumber"}, environment());
+    return ChildProcess::run({"pw-cli", "info", "0"}, environment());
+}
+
+void PipeWireServer::kill() {
+    _server.reset();
+    // It ends by itself with the server, and its bus with it; killed, it would leave the bus behind.
+    if (_sessionManager) _sessionManager->wait();
+}
+
+bool PipeWireServer::addSink(const std::string& name, const std::string& description) {
+    return ChildProcess::run(
+        {"pw-cli", "create-node", "adapter",
+         "{ factory.name=support.null-audio-sink node.name=" + name + " node.description=\"" + description +
+             "\" media.class=Audio/Sink object.linger=true audio.rate=48000 audio.position=[FL FR] }"},
+        environment());
+}
+
+bool PipeWireServer::removeSink(const std::string& name) {
+    return ChildProcess::run({"pw-cli", "destroy", name}, environment());
+}
+
+bool PipeWireServer::makeDefault(const std::string& name) {
+    return ChildProcess::run(
+        {"pw-metadata", "0", "default.configured.audio.sink", "{ \"name\": \"" + name + "\" }", "Spa:String:JSON"},
+        environment());
+}
+
+ChildProcess::Environment PipeWireServer::environment() const {
+    const std::string folder = _folder.path.string();
+    return {{"PIPEWIRE_RUNTIME_DIR", folder},
+            {"XDG_RUNTIME_DIR", folder},
+            {"XDG_CONFIG_HOME", folder},
+            {"XDG_STATE_HOME", folder},
+            {"HOME", folder}};
+}
+
+}  // namespace zelvane

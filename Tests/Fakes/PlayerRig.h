@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Audio/Graph/AudioPlatform.h"
+#include "Sources/Zelvane/AudioEngine/AudioEngine.h"
+#include "Tests/Fakes/DrivenClock.h"
+#include "Tests/Fakes/FakeApplication.h"
+#include "Tests/Fakes/RecordingInstrument.h"
+#include "Tests/Fakes/StillDevice.h"
+
+#include <array>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace zelvane {
+
+/// The audio side of a player in simulated time: one loop is main and player thread, one clock drives it and the
+/// device, and the device is a call of `renderUntil`.
+class PlayerRig {
+  public:
+    explicit PlayerRig(std::unique_ptr<AudioComponentProvider> provider, double sampleRate = 48000,
+                       std::uint32_t period = 256)
+        : _sampleRate(sampleRate),
+          _period(period),
+          platform(backEnds(sampleRate, period), providers(std::move(provider))) {
+        loop.attachToCurrentThread();
+    }
+
+    /// Lets time pass up to a date after the start: due work runs, and blocks are rendered as a device would ask for
+    /// them.
+    void renderUntil(Duration date) {
+        while (blockTime(_frame) < DrivenClock::kStart + date) renderBlock();
+    }
+
+    void renderBlock() {
+        const TimePoint start = blockTime(_frame);
+        while (loop.runOnce(start)) {
+        }
+        std::array<float*, 2> outputs{left.data(), right.data()};
+        platform.graph.render({.start = start,
+                               .startIsExact = true,
+                               .isDiscontinuous = false,
+                               .frames = _period,
+                               .periodFrames = _period,
+                               .outputs = outputs});
+        _frame += _period;
+    }
+
+    /// Runs work with that event time, as the arrival of a packet would.
+    void at(Duration date, RunLoop::Work work) {
+        loop.add(std::make_shared<Timer>(DrivenClock::kStart + date, Duration::zero(),
+                                         [work = std::move(work)](Timer&) { work(); }));
+    }
+
+    std::int64_t frameOf(Duration date) const {
+        return std::llround(std::chrono::duration<double>(date).count() * _sampleRate);
+    }
+
+    DrivenClock clock;
+    RunLoop loop{clock};
+    FakeApplication application{loop};
+    std::array<float, 8192> left{}, right{};
+
+  private:
+    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds(double sampleRate, std::uint32_t period) {
+        std::vector<std::unique_ptr<AudioDeviceBackEnd>> all;
+        all.push_back(std::make_unique<StillBackEnd>(std::vector<std::string>{"still", "Another", "anon"},
+                                                     AudioDeviceFormat{sampleRate, 2, period, 24}));
+        return all;
+    }
+
+    static std::vector<std::unique_ptr<AudioComponentProvider>> providers(
+        std::unique_ptr<AudioComponentProvider> provider) {
+        std::vector<std::unique_ptr<AudioComponentProvider>> all;
+        all.push_back(std::move(provider));
+        return all;
+    }
+
+    TimePoint blockTime(std::int64_t frame) const {
+        return DrivenClock::kStart + Duration(std::llround(static_cast<double>(frame) / _sampleRate * 1e9));
+    }
+
+    const double _sampleRate;
+    const std::uint32_t _period;
+    std::int64_t _frame = 0;
+
+  public:
+    AudioPlatform platform;
+};
+
+}  // namespace zelvane

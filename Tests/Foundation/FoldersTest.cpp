@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Foundation/Folders.h"
+
+#include <gmock/gmock.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace zelvane {
+
+namespace {
+
+using testing::ElementsAre;
+
+/// The variables that say where folders are, which a test sets and the next one finds as they were.
+class FoldersTest : public testing::Test {
+  public:
+    FoldersTest() {
+        for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"}) {
+            const char* value = std::getenv(name);
+            _original[name] = value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+            unsetenv(name);
+        }
+    }
+    ~FoldersTest() override {
+        for (const auto& [name, value] : _original) {
+            value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+        }
+    }
+
+  private:
+    std::map<std::string, std::optional<std::string>> _original;
+};
+
+TEST_F(FoldersTest, FollowTheEnvironmentButNotItsRelativePaths) {
+    setenv("HOME", "/home/ada", 1);
+    EXPECT_EQ(preferencesFolder(), "/home/ada/.config/Zelvane");
+    EXPECT_EQ(userSupportFolder(), "/home/ada/.local/share/Zelvane");
+    EXPECT_THAT(dataFolders(), ElementsAre("/home/ada/.local/share", "/usr/local/share", "/usr/share"));
+    setenv("XDG_CONFIG_HOME", "/c", 1);
+    setenv("XDG_DATA_HOME", "relative/data", 1);
+    setenv("XDG_DATA_DIRS", ":/a:relative::/b/:", 1);
+    EXPECT_EQ(preferencesFolder(), "/c/Zelvane");
+    EXPECT_THAT(dataFolders(), ElementsAre("/home/ada/.local/share", "/a", "/b/"));
+}
+
+TEST_F(FoldersTest, WithoutAnEnvironmentTheUsersEntryCounts) {
+    setenv("XDG_DATA_DIRS", "", 1);
+    const std::filesystem::path home = getpwuid(getuid())->pw_dir;
+    EXPECT_EQ(preferencesFolder(), home / ".config" / "Zelvane");
+    EXPECT_THAT(dataFolders(), ElementsAre(home / ".local/share", "/usr/local/share", "/usr/share"));
+}
+
+}  // namespace
+
+}  // namespace zelvane

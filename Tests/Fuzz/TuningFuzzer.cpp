@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Foundation/Log.h"
+#include "Sources/Zelvane/MIDIDecoder/ScalaController/ScalaController.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+using namespace zelvane;
+
+/// Whatever the text says, it is refused with a message or becomes a scale, and building it ends in a table or a log
+/// line.
+void checkTuning(std::string_view text) {
+    static const UserDefaults defaults("/nonexistent/zelvane-fuzz.plist");
+    int errors = 0;
+    ScalaController scala(defaults, [&errors](const Error&) { ++errors; });
+    if (scala.readTuning(text, "fuzz.scl") != (errors == 0)) std::abort();
+    scala.setTuningIsChanged(true);
+    scala.updateMicromidiMap();
+    for (std::uint32_t key = 0; key < scala.micromidiMap().size(); ++key) static_cast<void>(scala.mapMidiKey(key));
+    // What came before must not matter to the default scale.
+    scala.restoreTuningMap();
+    scala.setTuningIsChanged(true);
+    scala.updateMicromidiMap();
+    if (scala.mapMidiKey(127) != 12700) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const auto silence = Log::redirect([](std::string_view) {});
+    checkTuning({reinterpret_cast<const char*>(data), size});
+    return 0;
+}

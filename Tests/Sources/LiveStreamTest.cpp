@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Audio/Devices/Null/NullBackEnd.h"
+#include "Platform/Audio/Instruments/SoundFont/SoundFontProvider.h"
+#include "Sources/AppDelegate.h"
+#include "Tests/Fakes/OnsetFinder.h"
+#include "Tests/Fakes/RecordingInstrument.h"
+#include "Tests/Fakes/TemporaryFolder.h"
+#include "Tests/Fakes/TinySoundFont.h"
+
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+namespace zelvane {
+namespace {
+
+using testing::SizeIs;
+
+struct SilentShell : Shell {
+    void presentAlert(const Error& error, bool) override { ADD_FAILURE() << error.description; }
+    void showStatus(const PlayerStatus&) override {}
+};
+
+/// A whole application in this process, on the paced device in real time, with what the graph renders recorded.
+class LivePlayer {
+  public:
+    LivePlayer(std::unique_ptr<AudioComponentProvider> provider, std::uint32_t period)
+        : _platform(backEnds(), providers(std::move(provider))),
+          _application(_mainRunLoop, _platform, _defaults, _shell) {
+        _mainRunLoop.attachToCurrentThread();
+        _defaults.setArgument("port", {std::int64_t{0}});
+        _application.applicationDidFinishLaunching(true);
+        while (_application.zelvane()->listeningPort() == 0) _mainRunLoop.runOnce();
+        _platform.controller.setPeriodFrames(period);
+        EXPECT_EQ(_platform.graph.format().periodFrames, period);
+        record();
+    }
+
+    /// In one bundle, so that the sender's own pace plays no part.
+    void sendStream(const std::vector<double>& deltas) {
+        std::vector<std::byte> bundle;
+        const auto append = [&](const auto& bytes) { bundle.insert(bundle.end(), bytes.begin(), bytes.end()); };
+        append(std::as_bytes(std::span("#bundle\0\0\0\0\0\0\0\1", 16)));
+        const auto appendMessage = [&](const OSCMessage& message) {
+            const auto bytes = serializeOSCMessage(message);
+            const std::uint32_t size = htonl(static_cast<std::uint32_t>(bytes.size()));
+            append(std::as_bytes(std::span(&size, 1)));
+            append(bytes);
+        };
+        for (const double delta : deltas) appendMessage({"/vesk.µq/fifos", {{delta}, {60.0F}, {100}, {3}, {1}}});
+        appendMessage({"/vesk.µq/start", {}});
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(_application.zelvane()->listeningPort());
+        const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        ::sendto(socket, bundle.data(), bundle.size(), 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        ::close(socket);
+    }
+
+    void send(const std::uint8_t status, const std::uint8_t data) {
+        for (std::int32_t unit = 1; unit <= 10; ++unit) MusicDeviceMIDIEvent(engineUnit(unit), status, data, 0, 0);
+    }
+
+    /// Waits until so much more was recorded.
+    std::span<const float> recordSeconds(double seconds) {
+        const std::size_t end = _count + static_cast<std::size_t>(seconds * 48000);
+        while (_count < end) _mainRunLoop.runOnce(Clock::monotonic().now() + std::chrono::milliseconds(5));
+        return std::span(_recorded).first(_count);
+    }
+
+  private:
+    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds() {
+        std::vector<std::unique_ptr<AudioDeviceBackEnd>> all;
+        all.push_back(std::make_unique<NullBackEnd>());
+        return all;
+    }
+    static std::vector<std::unique_ptr<AudioComponentProvider>> providers(
+        std::unique_ptr<AudioComponentProvider> provider) {
+        std::vector<std::unique_ptr<AudioComponentProvider>> all;
+        all.push_back(std::move(provider));
+        return all;
+    }
+
+    AudioUnit* engineUnit(std::int32_t number) {
+        return _application.zelvane()->audioEngine().audioUnitFromMicroUnit(number);
+    }
+
+    void record() {
+        _recorded.resize(48000 * 20);
+        _application.zelvane()->audioEngine().avEngine().mainMixerNode()->installTapOnBus(
+            0, 64, [this](const AVAudioPCMBuffer& buffer, const AVAudioTime&) {
+                const std::size_t count = _count;
+                if (count + buffer.frameLength > _recorded.size()) return;
+                std::copy_n(buffer.channelData[0], buffer.frameLength,
+                            _recorded.begin() + static_cast<std::ptrdiff_t>(count));
+                _count = count + buffer.frameLength;
+            });
+    }
+
+    RunLoop _mainRunLoop;
+    TemporaryFolder _folder;
+    UserDefaults _defaults{_folder.path / "defaults.plist"};
+    SilentShell _shell;
+    AudioPlatform _platform;
+    std::vector<float> _recorded;
+    std::atomic<std::size_t> _count{0};  // written by the audio thread, read by the test
+    AppDelegate _application;
+};
+
+/// Another process's worth of work on one core.
+class BusyCore {
+  public:
+    BusyCore()
+        : _thread([this] {
+              while (!_isDone) {
+              }
+          }) {}
+    ~BusyCore() { _isDone = true; }
+
+  private:
+    std::atomic<bool> _isDone{false};
+    std::jthread _thread;
+};
+
+const std::vector<double> kDeltas{20, 31.7, 55.5, 12.25, 80, 41.21, 99.9, 63.07, 17.3, 120.6, 44.4, 8.9, 71.3, 29};
+
+void expectOnsets(std::span<const float> recorded, double tolerance) {
+    const auto starts = onsets(recorded, 200);
+    ASSERT_THAT(starts, SizeIs(kDeltas.size()));
+    double planned = 0;
+    for (std::size_t n = 1; n < kDeltas.size(); ++n) {
+        planned += kDeltas[n] * 48;
+        EXPECT_NEAR(static_cast<double>(starts[n] - starts[0]), planned, tolerance) << "note " << n;
+    }
+}
+
+TEST(LiveStream, OnsetsAreExactOnAnInstrumentThatHonoursOffsets) {
+    const BusyCore busy;
+    for (const std::uint32_t period : {64U, 2048U}) {
+        LivePlayer player(std::make_unique<RecordingProvider>(), period);
+        player.sendStream(kDeltas);
+        expectOnsets(player.recordSeconds(1.2), 1);
+    }
+}
+
+TEST(LiveStream, OnsetsOfASoundFontAreWithinHalfAStepOfItsGrid) {
+    const BusyCore busy;
+    TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path / "soundfonts");
+    writeTinySoundFont(folder.path / "soundfonts" / "default-GM.sf2");
+    for (const std::uint32_t period : {64U, 512U, 2048U}) {
+        LivePlayer player(std::make_unique<SoundFontProvider>(std::vector{folder.path}), period);
+        player.send(0xC0, 1);
+        player.sendStream(kDeltas);
+        expectOnsets(player.recordSeconds(1.2), 32);
+    }
+}
+
+}  // namespace
+}  // namespace zelvane

@@ -1,0 +1,11 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
+pkg_check_modules(fluidsynth REQUIRED IMPORTED_TARGET fluidsynth>=2.3)
+# What the libraries that FluidSynth is made with want defined is not for those who use its header, and precompiled headers
+# have to be compiled like the files that use them.
+set_property(TARGET PkgConfig::fluidsynth PROPERTY INTERFACE_COMPILE_OPTIONS)
+pkg_check_modules(pulse REQUIRED IMPORTED_TARGET libpulse)
+# Of libjack only the headers: the library itself is chosen and loaded when the program runs.
+pkg_check_modules(jack REQUIRED jack)

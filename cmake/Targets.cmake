@@ -1,0 +1,72 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+
+# The sanitizers' builds read the standard library's headers once. The others read them in each file, which shows where one
+# is missing.
+if(ZELVANE_PRECOMPILED_HEADERS)
+    file(WRITE ${PROJECT_BINARY_DIR}/CommonHeaders.cpp "// What the precompiled headers are made for.\n")
+    add_library(zelvane_common_headers STATIC ${PROJECT_BINARY_DIR}/CommonHeaders.cpp)
+    target_link_libraries(zelvane_common_headers PRIVATE Threads::Threads zelvane_warnings)
+    target_precompile_headers(zelvane_common_headers PRIVATE <algorithm> <array> <atomic> <chrono> <condition_variable> <cstdint>
+        <filesystem> <functional> <map> <memory> <mutex> <optional> <span> <string> <string_view> <thread> <utility> <variant>
+        <vector>)
+endif()
+
+# A folder of the house as a static library.
+#   zelvane_library(NAME SOURCES file... [USES library...])
+function(zelvane_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC Threads::Threads PRIVATE zelvane_warnings)
+    if(ZELVANE_PRECOMPILED_HEADERS)
+        target_precompile_headers(${name} REUSE_FROM zelvane_common_headers)
+    endif()
+    foreach(library ${ARG_USES})
+        if(library MATCHES "^zelvane_")
+            target_link_libraries(${name} PUBLIC ${library})
+        else()
+            target_link_libraries(${name} PRIVATE ${library})
+        endif()
+    endforeach()
+endfunction()
+
+# A test program that ctest runs whole; labels pick tests for a preset ("threads" run under the thread sanitizer too).
+#   zelvane_test(NAME SOURCES file... USES library... [LABELS label...] [TIMEOUT seconds])
+function(zelvane_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES;LABELS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${ARG_USES} GTest::gmock GTest::gtest_main zelvane_warnings)
+    # Reading the matchers takes longer than all else that the compiler does for a test.
+    target_precompile_headers(${name} REUSE_FROM zelvane_test_headers)
+    add_test(NAME ${name} COMMAND ${name})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
+    if("threads" IN_LIST ARG_LABELS)
+        add_dependencies(zelvane_threaded_tests ${name})
+    endif()
+endfunction()
+
+# What the thread sanitizer's build needs.
+add_custom_target(zelvane_threaded_tests)
+
+# A fuzz target (clang's libFuzzer); its seeds stand in a folder of its name beside it. ctest runs it for a minute, or for
+# ZELVANE_FUZZ_SECONDS, under the label "fuzz"; what it finds is kept in build/fuzz from run to run.
+#   zelvane_fuzzer(NAME SOURCES file... USES library...)
+function(zelvane_fuzzer name)
+    if(NOT ZELVANE_FUZZERS)
+        return()
+    endif()
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${ARG_USES} zelvane_warnings)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    add_test(NAME ${name}
+        COMMAND ${PROJECT_SOURCE_DIR}/scripts/fuzz.sh $<TARGET_FILE:${name}> ${CMAKE_CURRENT_SOURCE_DIR}/${name}
+            ${PROJECT_SOURCE_DIR}/build/fuzz/${name})
+    # It minds the time itself.
+    set_tests_properties(${name} PROPERTIES LABELS fuzz TIMEOUT 1000000)
+endfunction()

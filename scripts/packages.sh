@@ -1,0 +1,115 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+# What Zelvane needs from the system, and how it gets there. Sourced by ./run and ./test.
+
+# One line for each: what it is needed for, the Debian package, how to see that it is there, and why.
+# cmd:NAME is a program, pc:NAME a library that pkg-config knows, file:PATTERN a file, or one of several (with commas).
+zelvane_packages=$(cat <<'END'
+build  cmake                cmd:cmake                            writes the build files
+build  ninja-build          cmd:ninja                            runs the compilers
+build  g++                  cmd:g++                              C++20 compiler (12 or newer)
+build  pkg-config           cmd:pkg-config                       tells where libraries are
+build  libfluidsynth-dev    pc:fluidsynth                        SoundFont instruments (FluidSynth 2.3)
+build  libjack-jackd2-dev   pc:jack                              sound through JACK (headers; the library is loaded at run time)
+build  libpulse-dev         pc:libpulse                          sound through PulseAudio
+build  libplist-dev         pc:libplist-2.0                      the files that settings are kept in
+run    timgm6mb-soundfont   file:/usr/share/sounds/sf2/*.sf2,/usr/share/soundfonts/*.sf2  the instrument: a General MIDI SoundFont
+
+test   clang-14             cmd:clang++-14                       second compiler, sanitizers, fuzzing
+test   libclang-rt-14-dev   file:/usr/lib/llvm-14/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a  their run-time libraries
+test   llvm-14              cmd:llvm-symbolizer-14               names in what the sanitizers report
+test   clang-format-14      cmd:clang-format-14                  checks the layout of the code
+test   clang-tidy-14        cmd:clang-tidy-14                    looks for mistakes in the code
+test   libgtest-dev         pc:gtest                             Google Test
+test   libgmock-dev         pc:gmock                             Google Mock
+test   jackd2               cmd:jackd                            a JACK server without hardware
+test   pulseaudio           cmd:pulseaudio                       a PulseAudio server without hardware
+test   pulseaudio-utils     cmd:pactl                            makes and removes its devices
+test   pipewire             cmd:pipewire                         a PipeWire server without hardware
+test   wireplumber          cmd:wireplumber                      connects what plays there
+test   pipewire-jack        file:/usr/lib/*/pipewire-0.3/jack/libjack.so.0  its stand-in for JACK's library
+test   libfftw3-dev         pc:fftw3                             measures pitches
+test   locales              file:/usr/share/i18n/locales/de_DE   a locale whose numbers have commas
+test   dbus                 cmd:dbus-run-session                 a session of its own for servers
+test   liblo-tools          cmd:oscsend                          a client that is not ours
+END
+)
+
+# Prints "package check reason" of what the purposes given need and the system lacks.
+missing_packages() {
+    local installed purpose package check reason
+    installed=" $(installed_packages) "
+    while read -r purpose package check reason; do
+        [[ -n $purpose && " $* " == *" $purpose "* ]] || continue
+        [[ $installed == *" $package "* ]] || is_there "$check" || printf '%s %s %s\n' "$package" "$check" "$reason"
+    done <<<"$zelvane_packages"
+}
+
+# The packages of the list that dpkg has installed, on one line; none where there is no dpkg.
+installed_packages() {
+    command -v dpkg-query >/dev/null || return 0
+    # shellcheck disable=SC2046 # one word for each package
+    dpkg-query -W -f '${db:Status-Status} ${binary:Package}\n' $(awk 'NF { print $2 }' <<<"$zelvane_packages") 2>/dev/null |
+        awk '$1 == "installed" { sub(/:.*/, "", $2); printf "%s ", $2 }'
+}
+
+is_there() {
+    case $1 in
+        cmd:*) command -v "${1#cmd:}" >/dev/null ;;
+        pc:*) command -v pkg-config >/dev/null && pkg-config --exists "${1#pc:}" ;;
+        file:*) tr , '\n' <<<"${1#file:}" | while read -r pattern; do compgen -G "$pattern" && break; done | grep -q . ;;
+    esac
+}
+
+# Installs what the purposes given need. Silent and quick when nothing is missing. Status 1, after saying what to do, when
+# something stays missing that can't be done without.
+install_packages() {
+    local missing
+    missing=$(missing_packages "$@")
+    [[ -n $missing ]] || return 0
+    if is_debian; then
+        # shellcheck disable=SC2046
+        apt_install $(awk '{ print $1 }' <<<"$missing") || true
+    fi
+    missing=$(missing_packages "$@")
+    [[ -n $missing ]] || return 0
+    say_what_is_missing "$missing"
+    ! grep -qv ' file:/usr/share/sounds/' <<<"$missing"
+}
+
+is_debian() {
+    local ID='' ID_LIKE=''
+    [[ -r /etc/os-release ]] && . /etc/os-release
+    [[ " $ID $ID_LIKE " == *" debian "* || " $ID $ID_LIKE " == *" ubuntu "* ]] &&
+        command -v apt-get >/dev/null && command -v dpkg-query >/dev/null
+}
+
+# Never removes a package of the user's for one of ours.
+apt_install() {
+    say "Installing: $*"
+    as_root apt-get -q update </dev/null >&2 || say "apt-get update failed; trying with the lists that are there."
+    as_root apt-get -q -y --no-install-recommends --no-remove -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3 \
+        install "$@" </dev/null >&2
+}
+
+as_root() {
+    if [[ $(id -u) == 0 ]]; then
+        env DEBIAN_FRONTEND=noninteractive "$@"
+    elif command -v sudo >/dev/null; then
+        sudo ${CI:+-n} env DEBIAN_FRONTEND=noninteractive "$@"
+    else
+        say "Needs root, and there is no sudo."
+        return 1
+    fi
+}
+
+say_what_is_missing() {
+    local package check reason
+    say "Missing, please install (names as in Debian 12; your system may call them otherwise):"
+    while read -r package check reason; do
+        check=${check/#cmd:/program } check=${check/#pc:/library } check=${check/#file:/}
+        printf '    %-19s %-30s %s\n' "$package" "$check" "$reason" >&2
+    done <<<"$1"
+    if is_debian; then
+        say "As root: apt-get install --no-install-recommends $(awk '{ printf "%s ", $1 }' <<<"$1")"
+    fi
+}
