@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Platform/Foundation/OSStatus.h"
+
 #include <cstdint>
 
 namespace zelvane {
 
-/// 0 is success; every other value is a failure that the constants below name.
-using OSStatus = std::int32_t;
-
-inline constexpr OSStatus kNoError = 0;
 inline constexpr OSStatus kAudio_ParamError = -50;
 inline constexpr OSStatus kAudioUnitErr_InvalidProperty = -10879;
 inline constexpr OSStatus kAudioUnitErr_InvalidParameter = -10878;

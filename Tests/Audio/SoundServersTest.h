@@ -74,8 +74,8 @@ inline void expectSteadyCycles(const std::vector<RecordingRenderer::Cycle>& all,
         "%.0f us ahead\n",
         what, cycles.size(), all.size(), (1e6 / slope / sampleRate - 1) * 1e6, errors[errors.size() / 2],
         errors[errors.size() * 99 / 100], errors.back(), earliest);
-    // Wide enough for a machine that is busy with other things.
-    EXPECT_NEAR(1e6 / slope / sampleRate, 1, 0.01);
+    // Wide enough for a machine that is held up, narrow enough to tell 44.1 from 48 kHz.
+    EXPECT_NEAR(1e6 / slope / sampleRate, 1, 0.05);
     EXPECT_LT(errors[errors.size() / 2], microseconds);
     EXPECT_LT(earliest, 2000);
 }
