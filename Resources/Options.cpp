@@ -48,6 +48,19 @@ std::optional<UsageError> readDevice(Options& options, std::optional<std::string
     return std::nullopt;
 }
 
+std::optional<UsageError> readMIDI(Options& options, std::optional<std::string> value) {
+    if (!value || value->empty()) return UsageError{"--midi needs the name of a MIDI input; --list-midi shows them."};
+    options.midi = std::move(value);
+    return std::nullopt;
+}
+
+std::optional<UsageError> readFiles(Options& options, std::vector<std::string> files) {
+    if (files.empty()) return UsageError{"--check needs a .scl or .kbm file."};
+    options.command = Options::Command::check;
+    options.files = std::move(files);
+    return std::nullopt;
+}
+
 std::optional<UsageError> readMessage(Options& options, std::vector<std::string> message) {
     if (message.empty() || message.front().empty() || message.front().front() != '/')
         return UsageError{"--send needs an OSC address, which begins with a slash."};
@@ -57,11 +70,12 @@ std::optional<UsageError> readMessage(Options& options, std::vector<std::string>
 }
 
 std::optional<Options::Command> plainCommand(std::string_view word) {
-    constexpr std::array<std::pair<std::string_view, Options::Command>, 4> kCommands{{
+    constexpr std::array<std::pair<std::string_view, Options::Command>, 5> kCommands{{
         {"--help", Options::Command::help},
         {"--version", Options::Command::version},
         {"--list-devices", Options::Command::listDevices},
         {"--list-instruments", Options::Command::listInstruments},
+        {"--list-midi", Options::Command::listMIDI},
     }};
     for (const auto& [name, command] : kCommands) {
         if (word == name) return command;
@@ -79,11 +93,13 @@ std::optional<UsageError> readOption(Options& options, const std::string& word, 
         return std::nullopt;
     }
     if (word == "--send") return readMessage(options, words.rest());
+    if (word == "--check") return readFiles(options, words.rest());
     const std::size_t equals = word.find('=');
     const std::string name = word.substr(0, equals);
     const auto attached = equals == std::string::npos ? std::nullopt : std::optional(word.substr(equals + 1));
     if (name == "--set") return readDefault(options, words.value(attached));
     if (name == "--device") return readDevice(options, words.value(attached));
+    if (name == "--midi") return readMIDI(options, words.value(attached));
     return UsageError{"There is no option " + word + "; --help shows those that there are."};
 }
 
@@ -106,8 +122,11 @@ std::string usage() {
            "  --headless            no desktop: alerts go to standard error, listening starts at once\n"
            "  --set KEY=VALUE       a setting for this run only; may be repeated\n"
            "  --device NAME         output device for this run: a listed name, or null\n"
+           "  --midi NAME           MIDI input for this run: a listed name, or Zelvane for the player's own\n"
            "  --list-devices        print the output devices, one a line, and leave\n"
            "  --list-instruments    print the instruments, one a line, and leave\n"
+           "  --list-midi           print the MIDI inputs, one a line, and leave\n"
+           "  --check FILE...       print what the player makes of .scl and .kbm files, and leave\n"
            "  --send ADDRESS [ARGUMENT...]\n"
            "                        send one OSC message to the player and leave; whole numbers go as integers,\n"
            "                        other numbers as doubles, the rest as strings\n"
@@ -115,7 +134,8 @@ std::string usage() {
            "  --help                print this and leave\n"
            "\n"
            "Settings: port (3000) receives OSC, outPort (3010) is where streams ask for more, outputDevice,\n"
-           "musicDevice, keymap, tuning, autolaunch (1: listen at once).\n";
+           "musicDevice, keymap (.kbm) and tuning (.scl) of MIDI keys, midi (its input), midiBackend (alsa, jack or\n"
+           "none), autolaunch (1: listen at once).\n";
 }
 
 }  // namespace zelvane

@@ -12,13 +12,15 @@ namespace zelvane {
 
 /// What the command line asks for.
 struct Options {
-    enum class Command { play, help, version, listDevices, listInstruments, send };
+    enum class Command { play, help, version, listDevices, listInstruments, listMIDI, check, send };
 
     Command command = Command::play;
     bool isHeadless = false;
     std::vector<std::pair<std::string, std::string>> defaults;  ///< user defaults for this run
     std::optional<std::string> device;                          ///< output device for this run
+    std::optional<std::string> midi;                            ///< MIDI input for this run
     std::vector<std::string> message;                           ///< to send: the address and its arguments
+    std::vector<std::string> files;                             ///< to check
 };
 
 /// A sentence that says what is wrong with the command line.

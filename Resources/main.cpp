@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "PYMIDI/PYMIDIManager.h"
 #include "Platform/Audio/Graph/AudioPlatform.h"
 #include "Platform/Foundation/Collation.h"
 #include "Platform/Foundation/Folders.h"
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/UserDefaults.h"
+#include "Platform/MIDI/MIDIService.h"
 #include "Platform/OSC/OSCClient.h"
 #include "Resources/AudioServices.h"
+#include "Resources/MIDIBackEnds.h"
 #include "Resources/Options.h"
 #include "Resources/TerminationSignals.h"
 #include "Sources/AppDelegate.h"
 #include "Sources/ConsoleShell.h"
+#include "Sources/Zelvane/MIDIDecoder/ScalaController/ScalaReport.h"
 
 #include <algorithm>
 #include <iostream>
@@ -32,6 +36,17 @@ void setUpDefaults(UserDefaults& defaults, const Options& options) {
     defaults.registerDefaults(AppDelegate::registeredDefaults());
     for (const auto& [key, value] : options.defaults) defaults.setArgument(key, {value});
     if (options.device) defaults.setArgument("outputDevice", {*options.device});
+    if (!options.midi) return;
+    defaults.setArgument("midi", {*options.midi});
+    defaults.setArgument("midiEndpoint", {std::string()});  // the stored input does not count in this run
+}
+
+std::filesystem::path settingsFile() {
+    return preferencesFolder() / "Zelvane.plist";
+}
+
+std::filesystem::path uniqueIDFile() {
+    return userSupportFolder() / "MIDIUniqueIDs.plist";
 }
 
 int listDevices() {
@@ -58,8 +73,38 @@ int listInstruments() {
     return areThere ? 0 : complain("there is no instrument. " + advice, kFailure);
 }
 
+/// Those that are there, and the stored one also when it is not. The player's own comes last.
+std::vector<std::string> midiInputs(const UserDefaults& defaults) {
+    PYMIDIManager* manager = PYMIDIManager::sharedInstance();
+    if (manager == nullptr) return {};
+    const auto stored = defaults.object("midiEndpoint");
+    const auto* data = stored ? std::get_if<PropertyList::Data>(&stored->value) : nullptr;
+    if (data != nullptr) Zelvane::decodeMidiEndpoint(*data);
+    std::vector<std::string> names;
+    for (const auto& source : manager->realSources()) names.push_back(source->displayName());
+    names.emplace_back("Zelvane");
+    return names;
+}
+
+int listMIDI(const Options& options) {
+    UserDefaults defaults(settingsFile());
+    setUpDefaults(defaults, options);
+    RunLoop mainRunLoop;
+    const MIDIService service(makeMIDIBackEnds(defaults), mainRunLoop, uniqueIDFile());
+    const auto names = midiInputs(defaults);
+    for (const auto& name : names) std::cout << name << '\n';
+    PYMIDIManager::releaseSharedInstance();
+    return names.empty() ? complain("there is neither an ALSA sequencer nor a JACK server.", kFailure) : 0;
+}
+
+int check(const Options& options) {
+    UserDefaults defaults(settingsFile());
+    setUpDefaults(defaults, options);
+    return reportScalaFiles(options.files, defaults, std::cout, std::cerr) ? 0 : kFailure;
+}
+
 int send(const Options& options) {
-    UserDefaults defaults(preferencesFolder() / "Zelvane.plist");
+    UserDefaults defaults(settingsFile());
     setUpDefaults(defaults, options);
     Error error;
     const OSCMessage message = oscMessageFromWords(options.message);
@@ -72,17 +117,25 @@ bool isListed(AudioPlatform& platform, const std::string& name) {
     return std::any_of(devices.begin(), devices.end(), [&](const auto& entry) { return entry.second.name == name; });
 }
 
+bool isMIDIInput(const UserDefaults& defaults, const std::string& name) {
+    const auto names = midiInputs(defaults);
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
 int play(const Options& options) {
     RunLoop mainRunLoop;
     mainRunLoop.attachToCurrentThread();
     const TerminationSignals signals([&mainRunLoop] { mainRunLoop.end(); });
-    UserDefaults defaults(preferencesFolder() / "Zelvane.plist");
+    UserDefaults defaults(settingsFile());
     setUpDefaults(defaults, options);
     defaults.setSaveHandler([&] { mainRunLoop.perform([&] { defaults.save(); }); });
     AudioPlatform platform(makeAudioBackEnds(), makeComponentProviders());
     if (options.device && !isListed(platform, *options.device))
         return complain("there is no output device \"" + *options.device + "\"; --list-devices shows them.",
                         kUsageFailure);
+    const MIDIService midi(makeMIDIBackEnds(defaults), mainRunLoop, uniqueIDFile());
+    if (options.midi && !isMIDIInput(defaults, *options.midi))
+        return complain("there is no MIDI input \"" + *options.midi + "\"; --list-midi shows them.", kUsageFailure);
     ConsoleShell shell;
     AppDelegate application(mainRunLoop, platform, defaults, shell);
     if (!options.isHeadless) std::cerr << "zelvane: no desktop shell, so it runs as with --headless.\n";
@@ -105,6 +158,10 @@ int run(const Options& options) {
             return listDevices();
         case Options::Command::listInstruments:
             return listInstruments();
+        case Options::Command::listMIDI:
+            return listMIDI(options);
+        case Options::Command::check:
+            return check(options);
         case Options::Command::send:
             return send(options);
         case Options::Command::play:

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/AppDelegate.h"
 
+#include "PYMIDI/PYMIDIManager.h"
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Thread.h"
 
@@ -62,6 +63,7 @@ void AppDelegate::applicationWillTerminate() {
     _playerThread.join();
     _playerRunLoop.end();
     _zelvane.reset();
+    PYMIDIManager::releaseSharedInstance();
 }
 
 void AppDelegate::bindToAddress() {

@@ -136,7 +136,7 @@ bool RunLoop::perform(Work work, Wait wait) {
 
 bool RunLoop::performAt(TimePoint eventTime, Work work) {
     const auto state = _state;
-    return state->push(state->noLaterThanPresent(eventTime), nextSequence(), std::move(work));
+    return state->push(eventTime, nextSequence(), std::move(work));
 }
 
 bool RunLoop::performAfter(Duration delay, Work work) {

@@ -44,8 +44,8 @@ class RunLoop {
     /// thread.
     bool perform(Work work, Wait wait = Wait::no);
 
-    /// Runs `work` as soon as possible with the event time given: for things that happened at a known time. A time that
-    /// has not come yet counts as the present. Any thread.
+    /// Runs `work` with the event time given: as soon as possible for what has happened at a known time, else when that
+    /// time comes. Any thread.
     bool performAt(TimePoint eventTime, Work work);
 
     /// Runs `work` when `delay` has passed since `now()`; negative delays count as none. Any thread.

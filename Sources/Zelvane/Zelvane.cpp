@@ -14,6 +14,11 @@ Zelvane::Zelvane(RunLoop& playerThread, AudioPlatform& platform, Application& ap
     setIsListening(false);
     _audioEngine = std::make_unique<AudioEngine>(playerThread, platform, application);
     newOSCDecoder();
+    _midiDecoder = std::make_unique<MIDIDecoder>(
+        MIDIDecoder::Collaborators{*_audioEngine, _playerThread, _application, _defaults, *this});
+    setUpMIDI();
+    restoreMidiTuning();
+    restoreMidiInput();
     setOutputDeviceFromName(_defaults.string("outputDevice"));
     setMusicDeviceFromName(_defaults.string("musicDevice"));
 }

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "PYMIDI/PYMIDIEndpoint.h"
+#include "PYMIDI/PYMIDIVirtualDestination.h"
 #include "Platform/Foundation/UserDefaults.h"
 #include "Sources/Application.h"
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
+#include "Sources/Zelvane/MIDIDecoder/MIDIDecoder.h"
 #include "Sources/Zelvane/MIDIDecoder/ScalaController/ScalaController.h"
 #include "Sources/Zelvane/OSCDecoder/OSCDecoder.h"
 
@@ -15,11 +18,13 @@
 
 namespace zelvane {
 
-/// The player controller: it owns the engine, the OSC side and the tuning, restores the user's choices at the start,
-/// and is what the application talks to. Main thread, unless an operation says otherwise.
+/// The player controller: it owns the engine, the OSC and the MIDI side and the tuning, restores the user's choices at
+/// the start, and is what the application talks to. Main thread, unless an operation says otherwise.
 class Zelvane : public StatusChecker {
   public:
     Zelvane(RunLoop& playerThread, AudioPlatform& platform, Application& application, UserDefaults& defaults);
+    ~Zelvane() override;
+    RunLoop& thread() { return _playerThread; }
 
     /// Puts a fresh, unbound decoder in the place of the one there is.
     void newOSCDecoder();
@@ -50,6 +55,30 @@ class Zelvane : public StatusChecker {
     void setOutputDeviceFromName(const std::optional<std::string>& name);
     void setMusicDeviceFromName(const std::optional<std::string>& name);
 
+    // MIDI. Without it the operations below do nothing.
+    bool midiEnable() const { return _midiEnable; }
+    /// Null while there is none.
+    const std::shared_ptr<PYMIDIEndpoint>& midiInput() const { return _midiInput; }
+    const std::shared_ptr<PYMIDIVirtualDestination>& virtualMidiInput() const { return _virtualMidiInput; }
+    void setMidiInput(std::shared_ptr<PYMIDIEndpoint> endpoint);
+    /// By display name. When there is no such input the user is told, and the current one stays.
+    void setMidiInputByName(const std::string& name);
+    static PropertyList::Data encodeMidiEndpoint(const std::shared_ptr<PYMIDIEndpoint>& endpoint);
+    /// Null when the data hold no endpoint.
+    static std::shared_ptr<PYMIDIEndpoint> decodeMidiEndpoint(const PropertyList::Data& data);
+
+    // The tuning of MIDI keys. Any thread; each returns once the player thread has done it.
+    bool openKeymap(const std::optional<std::string>& path);
+    bool openTuning(const std::optional<std::string>& path);
+    bool keymapIsChanged();
+    void setKeymapIsChanged(bool isChanged);
+    bool tuningIsChanged();
+    /// Sets the keymap's flag, as it always has: the table is rebuilt all the same.
+    void setTuningIsChanged(bool isChanged);
+    void restoreKeymap();
+    void restoreTuningMap();
+    void updateMicromidiMap();
+
     /// The empty path and the registered default mean the built-in sounds.
     bool openSoundfont(const std::optional<std::string>& path);
     void restoreAppleSounds() { _audioEngine->restoreAppleSounds(); }
@@ -59,16 +88,30 @@ class Zelvane : public StatusChecker {
         return _audioEngine->microUnitNumberFromSynthNode(node);
     }
     AudioEngine& audioEngine() { return *_audioEngine; }
+    bool soundfontIsChanged() const { return _soundfontIsChanged; }
+    void setSoundfontIsChanged(bool isChanged) { _soundfontIsChanged = isChanged; }
     float volume() { return _audioEngine->volume(); }
     void setVolume(float volume) { _audioEngine->setVolume(volume); }
 
   private:
+    template <typename Work>
+    auto withMidiTuning(Work work);
+    void setUpMIDI();
+    void restoreMidiTuning();
+    void restoreMidiInput();
+
     RunLoop& _playerThread;
     Application& _application;
     UserDefaults& _defaults;
     ScalaController _scala;
     std::unique_ptr<AudioEngine> _audioEngine;
     std::shared_ptr<OSCDecoder> _oscDecoder;
+    std::unique_ptr<MIDIDecoder> _midiDecoder;
+    bool _soundfontIsChanged = false;
+    bool _midiEnable = false;
+    // Behind the decoder: they end first, so that nothing comes in when it goes.
+    std::shared_ptr<PYMIDIVirtualDestination> _virtualMidiInput;
+    std::shared_ptr<PYMIDIEndpoint> _midiInput;
 };
 
 }  // namespace zelvane

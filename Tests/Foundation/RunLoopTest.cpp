@@ -193,9 +193,11 @@ TEST_F(RunLoopTest, SpansStayInRange) {
     EXPECT_EQ(secondsToDuration(std::stod("nan")), 0s);
     const auto never = Timer::after(Duration::max(), [](Timer&) {});
     EXPECT_EQ(never->fireDate(), TimePoint::max());
-    loop.performAt(TimePoint::max(), [this] { note("from the future"); });
-    EXPECT_TRUE(loop.runOnce(clock.now()));
-    EXPECT_THAT(ran, ElementsAre("from the future@0"));
+    loop.performAt(TimePoint::max(), [this] { note("at the end of time"); });
+    loop.performAt(DrivenClock::kStart + 7ms, [this] { note("announced"); });
+    EXPECT_FALSE(loop.runOnce(DrivenClock::kStart + 6ms));
+    EXPECT_TRUE(loop.runOnce());
+    EXPECT_THAT(ran, ElementsAre("announced@7"));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "Platform/OSC/OSCConnection.h"
 #include "Sources/Application.h"
 #include "Sources/Zelvane/OSCDecoder/NoteInfo/NoteInfo.h"
+#include "Sources/Zelvane/StatusChecker.h"
 
 #include <cstdint>
 #include <deque>
@@ -19,14 +20,6 @@ namespace zelvane {
 
 class AudioEngine;
 class ScalaController;
-
-/// Told of everything that arrives, so that an armed recording starts with the first note.
-class StatusChecker {
-  public:
-    virtual ~StatusChecker() = default;
-    /// Main thread.
-    virtual void checkStatus() = 0;
-};
 
 /// Turns OSC messages into notes, controllers, programs, tuning changes and a stream of timed microtones. Everything
 /// but construction happens on the player thread. Note-off timers keep their decoder alive, so a replaced one still
