@@ -93,13 +93,10 @@ std::shared_ptr<PYMIDIEndpoint> Zelvane::decodeMidiEndpoint(const PropertyList::
     return std::dynamic_pointer_cast<PYMIDIEndpoint>(KeyedUnarchiver::unarchivedObject(data, classes));
 }
 
-// The decoder, which is the one that was added, goes with the endpoints.
+// The decoder stays their receiver, but nothing comes from them any more.
 Zelvane::~Zelvane() {
-    const auto leave = [this](PYMIDIEndpoint* endpoint) {
-        if (endpoint != nullptr) endpoint->stopIO();
-    };
-    leave(_midiInput.get());
-    leave(_virtualMidiInput.get());
+    if (_midiInput != nullptr) _midiInput->stopIO();
+    if (_virtualMidiInput != nullptr) _virtualMidiInput->stopIO();
 }
 
 }  // namespace zelvane

@@ -2,47 +2,9 @@
 #include "Sources/Zelvane/MIDIDecoder/MIDIDecoder.h"
 
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
-
-#include <array>
-#include <cstddef>
-#include <utility>
+#include "Sources/Zelvane/MIDIDecoder/MIDIMessageCutter.h"
 
 namespace zelvane {
-
-namespace {
-
-constexpr std::uint8_t kFirstStatus = 0x80;
-constexpr std::uint8_t kFirstRealTime = 0xF8;
-
-}  // namespace
-
-/// Collects the bytes of one message until the next status byte.
-class MIDIDecoder::MessageCutter {
-  public:
-    explicit MessageCutter(MIDIDecoder& decoder) : _decoder(decoder) {}
-
-    void take(const MIDIPacket& packet) {
-        for (const std::uint8_t byte : packet.data) takeByte(byte, packet.timeStamp);
-    }
-
-    void finish() {
-        if (_count > 0) _decoder.send(std::span(_buffer).first(_count), _arrival);
-        _count = 0;
-    }
-
-  private:
-    void takeByte(std::uint8_t byte, TimePoint time) {
-        if (byte >= kFirstRealTime) return;
-        if (byte >= kFirstStatus) finish();
-        if (_count == 0) _arrival = time;
-        if (_count < _buffer.size()) _buffer[_count++] = byte;
-    }
-
-    MIDIDecoder& _decoder;
-    std::array<std::uint8_t, MidiMessageObject::kCapacity> _buffer;
-    std::size_t _count = 0;
-    TimePoint _arrival{};
-};
 
 MIDIDecoder::MIDIDecoder(const Collaborators& collaborators)
     : _audioEngine(collaborators.audioEngine),
@@ -55,9 +17,7 @@ MIDIDecoder::MIDIDecoder(const Collaborators& collaborators)
 void MIDIDecoder::processMIDIPacketList(MIDIPacketList packets, PYMIDIEndpoint& /*sender*/) {
     if (!_audioEngine.isListening() || !_audioEngine.allMicroUnitsAreSetUp()) return;
     checkStatus();
-    MessageCutter cutter(*this);
-    for (const MIDIPacket& packet : packets) cutter.take(packet);
-    cutter.finish();
+    MIDIMessageCutter().cut(packets, [this](auto message, TimePoint arrival) { send(message, arrival); });
 }
 
 void MIDIDecoder::checkStatus() {

@@ -38,8 +38,6 @@ class MIDIDecoder final : public PYMIDIReceiver {
     void processMIDIPacketList(MIDIPacketList packets, PYMIDIEndpoint& sender) override;
 
   private:
-    class MessageCutter;
-
     void checkStatus();
     void send(std::span<const std::uint8_t> message, TimePoint arrival);
 
