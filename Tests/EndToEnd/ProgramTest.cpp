@@ -68,9 +68,10 @@ TEST(Program, TheCommandLineIsReadAndItsFaultsAreTold) {
     EXPECT_EQ(run({"--version"}), 0);
     EXPECT_EQ(run({"--list-devices"}), 0);
     const std::vector<std::vector<std::string>> faults{
-        {"--frob"},   {"--set"},  {"--set", "=3"},       {"--set", "port"},
-        {"--device"}, {"--send"}, {"--send", "om/note"}, {"stray"}};
+        {"--frob"}, {"--set"},   {"--set", "=3"}, {"--set", "port"},     {"--device"},
+        {"--midi"}, {"--check"}, {"--send"},      {"--send", "om/note"}, {"stray"}};
     for (const auto& words : faults) EXPECT_EQ(run(words), 2) << words.front();
+    EXPECT_EQ(run({"--check", "missing.scl"}), 1);
     const std::string deserted = std::to_string(UdpEar().port());
     EXPECT_EQ(run({"--set", "port=" + deserted, "--send", "/om/note", "1"}), 1);
     UdpEar ear;

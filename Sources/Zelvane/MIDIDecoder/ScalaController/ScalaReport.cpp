@@ -91,13 +91,14 @@ class Reporter {
 
     void writeInterval(const std::string& path, std::size_t index) {
         const std::string& text = _scala.tuningMap()[index];
-        _report << "interval " << index + 1 << ": " << printable(text);
+        std::string meaning = "?";
         try {
-            _report << " = " << shortest(_scala.calculateTuningCents(text)) << " semitones\n";
+            meaning = shortest(_scala.calculateTuningCents(text));
         } catch (const RangeError& error) {
-            _report << " = ?\n";
-            warn(path, "interval " + std::to_string(index + 1) + " can't be built: " + error.what());
+            warn(path, "interval " + std::to_string(index + 1) + " can't be built: " + error.what() +
+                           " (a whole number N is written N/1)");
         }
+        _report << "interval " << index + 1 << ": " << printable(text) << " = " << meaning << " semitones\n";
     }
 
     void warnOfCents(const std::string& path) {
