@@ -76,13 +76,17 @@ std::optional<Duration> AlsaSequencer::queueTime() const {
     return std::chrono::seconds(time->tv_sec) + std::chrono::nanoseconds(time->tv_nsec);
 }
 
-int AlsaSequencer::createPort(const std::string& name, unsigned capabilities) const {
+int AlsaSequencer::createPort(const std::string& name, unsigned capabilities, int number) const {
     const AlsaPortInfo info;
     snd_seq_port_info_set_name(info.get(), name.c_str());
     snd_seq_port_info_set_capability(info.get(), capabilities);
     snd_seq_port_info_set_type(
         info.get(), SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_SOFTWARE | SND_SEQ_PORT_TYPE_APPLICATION);
     snd_seq_port_info_set_midi_channels(info.get(), 16);
+    if (number >= 0) {
+        snd_seq_port_info_set_port(info.get(), number);
+        snd_seq_port_info_set_port_specified(info.get(), 1);
+    }
     if (_queue >= 0) {
         snd_seq_port_info_set_timestamping(info.get(), 1);
         snd_seq_port_info_set_timestamp_real(info.get(), 1);

@@ -31,8 +31,9 @@ class AlsaSequencer {
     /// What the queue's clock shows.
     std::optional<Duration> queueTime() const;
 
-    /// Makes a port with capabilities of the library's (SND_SEQ_PORT_CAP_…); its number, -1 when that fails.
-    int createPort(const std::string& name, unsigned capabilities) const;
+    /// Makes a port with capabilities of the library's (SND_SEQ_PORT_CAP_…), under the number wanted or the first that
+    /// is free; its number, -1 when that fails.
+    int createPort(const std::string& name, unsigned capabilities, int number = -1) const;
     bool renamePort(int port, const std::string& name) const;
     void deletePort(int port) const;
 
