@@ -49,6 +49,18 @@ function(zelvane_test name)
     endif()
 endfunction()
 
+# A test program for the virtual machine of ./test --machine, where it is root; ctest leaves it out elsewhere.
+#   zelvane_machine_test(NAME SOURCES file... USES library...)
+function(zelvane_machine_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${ARG_USES} GTest::gmock GTest::gtest_main zelvane_warnings)
+    target_precompile_headers(${name} REUSE_FROM zelvane_test_headers)
+    add_test(NAME ${name} COMMAND ${name} CONFIGURATIONS Machine)
+    set_tests_properties(${name} PROPERTIES LABELS machine TIMEOUT 180)
+endfunction()
+
 # What the thread sanitizer's build needs.
 add_custom_target(zelvane_threaded_tests)
 

@@ -3,6 +3,7 @@
 
 # One line for each: what it is needed for, the Debian package, how to see that it is there, and why.
 # cmd:NAME is a program, pc:NAME a library that pkg-config knows, file:PATTERN a file, or one of several (with commas).
+# The virtual machine's own kernel and shell, linux-image-amd64 and busybox-static, are only unpacked (scripts/machine.sh).
 zelvane_packages=$(cat <<'END'
 build  cmake                cmd:cmake                            writes the build files
 build  ninja-build          cmd:ninja                            runs the compilers
@@ -10,6 +11,7 @@ build  g++                  cmd:g++                              C++20 compiler 
 build  pkg-config           cmd:pkg-config                       tells where libraries are
 build  libfluidsynth-dev    pc:fluidsynth                        SoundFont instruments (FluidSynth 2.3)
 build  libjack-jackd2-dev   pc:jack                              sound through JACK (headers; the library is loaded at run time)
+build  libasound2-dev       pc:alsa                              MIDI devices and programs, through the kernel's sequencer
 build  libpulse-dev         pc:libpulse                          sound through PulseAudio
 build  libplist-dev         pc:libplist-2.0                      the files that settings are kept in
 run    timgm6mb-soundfont   file:/usr/share/sounds/sf2/*.sf2,/usr/share/soundfonts/*.sf2  the instrument: a General MIDI SoundFont
@@ -31,6 +33,11 @@ test   libfftw3-dev         pc:fftw3                             measures pitche
 test   locales              file:/usr/share/i18n/locales/de_DE   a locale whose numbers have commas
 test   dbus                 cmd:dbus-run-session                 a session of its own for servers
 test   liblo-tools          cmd:oscsend                          a client that is not ours
+
+machine qemu-system-x86     cmd:qemu-system-x86_64               the virtual machine of ./test --machine
+machine cpio                cmd:cpio                             packs its first files
+machine kmod                file:/usr/sbin/modprobe,/sbin/modprobe  finds the kernel's modules
+machine alsa-utils          cmd:aconnect                         clients of the sequencer that are not ours
 END
 )
 

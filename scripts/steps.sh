@@ -29,7 +29,7 @@ step() {
     [[ $status != 0 ]] || return 0
     # A step that failed without a test of its own that failed counts as one.
     [[ $failed != "$before" ]] || failed=$((failed + 1))
-    printf '        FAILED (status %d). From build/test-logs/%s.log:\n' "$status" "$name"
+    printf '        FAILED (status %d). From %s.log:\n' "$status" "${logs#"$PWD/"}/$name"
     excerpt "$logs/$name.log" | sed 's/^/        | /'
     return 1
 }
