@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Resources/MIDIBackEnds.h"
 
+#include "Platform/MIDI/Alsa/AlsaBackEnd.h"
+
+#include <algorithm>
+
 namespace zelvane {
 
 std::vector<std::unique_ptr<MIDIBackEnd>> makeMIDIBackEnds(const UserDefaults& defaults) {
     std::vector<std::unique_ptr<MIDIBackEnd>> backEnds;
-    const std::string wanted = defaults.string("midiBackend").value_or("");
-    const auto isWanted = [&](const char* name) { return wanted.empty() || wanted == name; };
-    (void)isWanted;
+    backEnds.push_back(std::make_unique<AlsaBackEnd>());
+    const auto wanted = defaults.string("midiBackend");
+    std::erase_if(backEnds, [&](const auto& each) { return wanted && !wanted->empty() && each->name() != *wanted; });
     return backEnds;
 }
 
