@@ -9,7 +9,7 @@ namespace zelvane {
 JackCapture::JackCapture(double seconds) : _client(jack_client_open("ear", JackNoStartServer, nullptr)) {
     if (_client == nullptr) return;
     _samples.resize(static_cast<std::size_t>(seconds * sampleRate()));
-    _skips.resize(100000);
+    _gaps.resize(100000);
     _port = jack_port_register(_client, "in", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
     jack_set_process_callback(_client, process, this);
     jack_activate(_client);
@@ -33,40 +33,32 @@ bool JackCapture::hasSoundAfter(std::size_t first) const {
     return std::any_of(begin, samples.end(), [](float sample) { return std::abs(sample) > 1e-4F; });
 }
 
-std::size_t JackCapture::skippedBetween(std::size_t first, std::size_t last) const {
-    std::size_t frames = 0;
-    for (const Skip& skip : skips()) {
-        if (skip.position > first && skip.position <= last) frames += skip.frames;
-    }
-    return frames;
-}
-
 std::span<const float> JackCapture::longestWhole(std::size_t first, std::size_t last) const {
     std::span<const float> longest;
     const auto endAt = [&](std::size_t end) {
         if (end - first > longest.size()) longest = captured().subspan(first, end - first);
         first = end;
     };
-    for (const Skip& skip : skips()) {
-        if (skip.position > first && skip.position < last) endAt(skip.position);
+    for (const std::size_t gap : gaps()) {
+        if (gap > first && gap < last) endAt(gap);
     }
     endAt(last);
     return longest;
 }
 
 /// JACK's thread.
-void JackCapture::note(Skip skip) {
-    const std::size_t count = _skipCount.load(std::memory_order_relaxed);
-    if (count == _skips.size()) return;
-    _skips[count] = skip;
-    _skipCount.store(count + 1, std::memory_order_release);
+void JackCapture::noteGap(std::size_t position) {
+    const std::size_t count = _gapCount.load(std::memory_order_relaxed);
+    if (count == _gaps.size()) return;
+    _gaps[count] = position;
+    _gapCount.store(count + 1, std::memory_order_release);
 }
 
 int JackCapture::process(jack_nframes_t frames, void* self) {
     auto& capture = *static_cast<JackCapture*>(self);
     const jack_nframes_t frame = jack_last_frame_time(capture._client);
     const std::size_t count = capture._count.load(std::memory_order_relaxed);
-    if (frame != capture._nextFrame && count > 0) capture.note({count, frame - capture._nextFrame});
+    if (frame != capture._nextFrame && count > 0) capture.noteGap(count);
     capture._nextFrame = frame + frames;
     const std::size_t taken = std::min<std::size_t>(frames, capture._samples.size() - count);
     std::copy_n(static_cast<const float*>(jack_port_get_buffer(capture._port, frames)), taken,

@@ -26,29 +26,21 @@ class JackCapture {
     /// What came so far.
     std::span<const float> captured() const { return {_samples.data(), _count.load(std::memory_order_acquire)}; }
     std::size_t count() const { return _count.load(std::memory_order_acquire); }
-    /// Frames that the server has left out between two places of what was captured: on a machine that is held up it
-    /// runs late, and what sounds in its time is shorter by them.
-    std::size_t skippedBetween(std::size_t first, std::size_t last) const;
     /// The longest piece between two places in which the server left out nothing.
     std::span<const float> longestWhole(std::size_t first, std::size_t last) const;
     /// Whether anything but silence came after that many samples.
     bool hasSoundAfter(std::size_t first) const;
 
   private:
-    struct Skip {
-        std::size_t position;
-        std::size_t frames;
-    };
-
     static int process(jack_nframes_t frames, void* self);
-    void note(Skip skip);
-    std::span<const Skip> skips() const { return {_skips.data(), _skipCount.load(std::memory_order_acquire)}; }
+    void noteGap(std::size_t position);
+    std::span<const std::size_t> gaps() const { return {_gaps.data(), _gapCount.load(std::memory_order_acquire)}; }
 
     std::vector<float> _samples;
-    std::atomic<std::size_t> _count{0};  // written by JACK's thread, read by the test
-    std::vector<Skip> _skips;
-    std::atomic<std::size_t> _skipCount{0};  // likewise
-    jack_nframes_t _nextFrame = 0;           // JACK's thread
+    std::atomic<std::size_t> _count{0};     // written by JACK's thread, read by the test
+    std::vector<std::size_t> _gaps;         // where the server left out frames
+    std::atomic<std::size_t> _gapCount{0};  // likewise
+    jack_nframes_t _nextFrame = 0;          // JACK's thread
     jack_client_t* const _client;
     jack_port_t* _port = nullptr;
 };

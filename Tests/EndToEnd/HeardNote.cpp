@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Tests/EndToEnd/HeardNote.h"
+
+#include "Tests/Fakes/OnsetFinder.h"
+#include "Tests/Fakes/PitchMeter.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace zelvane {
+
+namespace {
+
+constexpr double kTail = 0.3;  // seconds in which a note that has ended is silent for sure
+
+void capture(const JackCapture& capture, double seconds) {
+    const std::size_t end = capture.count() + static_cast<std::size_t>(seconds * capture.sampleRate());
+    EXPECT_TRUE(waitFor([&] { return capture.count() >= end; }, 10 * seconds + 5));
+}
+
+}  // namespace
+
+HeardNote hearNote(const JackCapture& ear, double seconds, const std::function<void()>& start,
+                   const std::function<void()>& end) {
+    const std::size_t from = ear.count();
+    start();
+    capture(ear, seconds);
+    end();
+    capture(ear, kTail);
+    const auto sound = ear.captured().subspan(from);
+    const auto starts = onsets(sound, 4800, 1e-4F);
+    EXPECT_EQ(starts.size(), 1U);
+    if (starts.empty()) return {};
+    const auto isSound = [](float sample) { return std::abs(sample) > 1e-2F; };
+    const auto last = std::find_if(sound.rbegin(), sound.rend(), isSound);
+    EXPECT_GT(last - sound.rbegin(), 1000) << "the note sounds on";
+    return {from + starts[0], from + static_cast<std::size_t>(sound.rend() - last)};
+}
+
+double frequencyOf(const JackCapture& capture, const HeardNote& note, double expected) {
+    const auto whole = capture.longestWhole(std::min(note.begin + 2000, note.end), note.end);
+    EXPECT_GT(whole.size(), 12000U) << "the server skips frames all the time";
+    return measuredFrequency(whole, capture.sampleRate(), expected);
+}
+
+}  // namespace zelvane
