@@ -38,7 +38,7 @@ class AlsaLine {
     };
     struct Packet {
         TimePoint time;
-        std::size_t length;
+        std::size_t length = 0;
     };
 
     void add(std::span<const std::uint8_t> message, TimePoint time);
