@@ -10,3 +10,4 @@ pkg_check_modules(pulse REQUIRED IMPORTED_TARGET libpulse)
 # Of libjack only the headers: the library itself is chosen and loaded when the program runs.
 pkg_check_modules(jack REQUIRED jack)
 pkg_check_modules(alsa REQUIRED IMPORTED_TARGET alsa)
+pkg_check_modules(libav REQUIRED IMPORTED_TARGET libavformat>=59 libavcodec>=59 libavutil>=57 libswresample>=4)

@@ -14,6 +14,10 @@ build  libjack-jackd2-dev   pc:jack                              sound through J
 build  libasound2-dev       pc:alsa                              MIDI devices and programs, through the kernel's sequencer
 build  libpulse-dev         pc:libpulse                          sound through PulseAudio
 build  libplist-dev         pc:libplist-2.0                      the files that settings are kept in
+build  libavformat-dev      pc:libavformat                       recordings: the file format (FFmpeg 5.1)
+build  libavcodec-dev       pc:libavcodec                        recordings: Apple Lossless
+build  libavutil-dev        pc:libavutil                         recordings: what these two work with
+build  libswresample-dev    pc:libswresample                     recordings: conversion of sample rates
 run    timgm6mb-soundfont   file:/usr/share/sounds/sf2/*.sf2,/usr/share/soundfonts/*.sf2  the instrument: a General MIDI SoundFont
 
 test   clang-14             cmd:clang++-14                       second compiler, sanitizers, fuzzing
@@ -32,6 +36,7 @@ test   pipewire-jack        file:/usr/lib/*/pipewire-0.3/jack/libjack.so.0  its 
 test   libfftw3-dev         pc:fftw3                             measures pitches
 test   locales              file:/usr/share/i18n/locales/de_DE   a locale whose numbers have commas
 test   dbus                 cmd:dbus-run-session                 a session of its own for servers
+test   ffmpeg               cmd:ffprobe                          a reader of recordings that is not ours
 test   liblo-tools          cmd:oscsend                          a client that is not ours
 
 machine qemu-system-x86     cmd:qemu-system-x86_64               the virtual machine of ./test --machine

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Audio/File/FragmentFile.h"
+
+#include "Platform/Audio/File/RecordingError.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+namespace zelvane {
+
+namespace {
+
+using BoxType = std::array<std::byte, 4>;
+
+constexpr off_t kPlaceOfBoxType = 4;
+constexpr BoxType kFreeSpace{std::byte{'f'}, std::byte{'r'}, std::byte{'e'}, std::byte{'e'}};
+
+}  // namespace
+
+void FragmentFile::writeHeader(std::span<const std::byte> header) {
+    write(header, 0);
+    if (::fdatasync(_file.number()) != 0) throw RecordingError::last("could not write it to the disk");
+    _size = static_cast<off_t>(header.size());
+}
+
+/// Until the whole fragment is there its first box is free space, so that a crash in the middle leaves nothing that a
+/// player would stumble over.
+void FragmentFile::append(std::span<std::byte> fragment) {
+    if (_beforeWrite) _beforeWrite();
+    if (_sync == nullptr) _sync = std::make_unique<DiskSync>(_file.number());
+    const auto placeOfType = fragment.subspan<kPlaceOfBoxType, sizeof(BoxType)>();
+    BoxType type{};
+    std::copy(placeOfType.begin(), placeOfType.end(), type.begin());
+    std::copy(kFreeSpace.begin(), kFreeSpace.end(), placeOfType.begin());
+    write(fragment, _size);
+    write(type, _size + kPlaceOfBoxType);
+    _size += static_cast<off_t>(fragment.size());
+    _sync->request();
+}
+
+void FragmentFile::sync() {
+    if (_sync != nullptr) _sync->request();
+    _sync.reset();
+    if (::fdatasync(_file.number()) != 0) throw RecordingError::last("could not write it to the disk");
+}
+
+void FragmentFile::write(std::span<const std::byte> bytes, off_t place) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::pwrite(_file.number(), bytes.data(), bytes.size(), place);
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) undo("could not write on it");
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+        place += written;
+    }
+}
+
+void FragmentFile::undo(const char* what) {
+    const RecordingError error = RecordingError::last(what);
+    // Where even that fails, what was begun stays, as free space.
+    if (::ftruncate(_file.number(), _size) != 0) throw error;
+    throw error;
+}
+
+}  // namespace zelvane
