@@ -54,6 +54,12 @@ std::optional<UsageError> readMIDI(Options& options, std::optional<std::string> 
     return std::nullopt;
 }
 
+std::optional<UsageError> readRecord(Options& options, std::optional<std::string> value) {
+    if (!value || value->empty()) return UsageError{"--record needs a file, whose name should end with .m4a."};
+    options.record = std::move(value);
+    return std::nullopt;
+}
+
 std::optional<UsageError> readFiles(Options& options, std::vector<std::string> files) {
     if (files.empty()) return UsageError{"--check needs a .scl or .kbm file."};
     options.command = Options::Command::check;
@@ -100,6 +106,7 @@ std::optional<UsageError> readOption(Options& options, const std::string& word, 
     if (name == "--set") return readDefault(options, words.value(attached));
     if (name == "--device") return readDevice(options, words.value(attached));
     if (name == "--midi") return readMIDI(options, words.value(attached));
+    if (name == "--record") return readRecord(options, words.value(attached));
     return UsageError{"There is no option " + word + "; --help shows those that there are."};
 }
 
@@ -123,6 +130,7 @@ std::string usage() {
            "  --set KEY=VALUE       a setting for this run only; may be repeated\n"
            "  --device NAME         output device for this run: a listed name, or null\n"
            "  --midi NAME           MIDI input for this run: a listed name, or Zelvane for the player's own\n"
+           "  --record FILE         record to an M4A file, from the first note to the end of the program\n"
            "  --list-devices        print the output devices, one a line, and leave\n"
            "  --list-instruments    print the instruments, one a line, and leave\n"
            "  --list-midi           print the MIDI inputs, one a line, and leave\n"

@@ -19,6 +19,7 @@ struct Options {
     std::vector<std::pair<std::string, std::string>> defaults;  ///< user defaults for this run
     std::optional<std::string> device;                          ///< output device for this run
     std::optional<std::string> midi;                            ///< MIDI input for this run
+    std::optional<std::string> record;                          ///< file of a recording that is armed
     std::vector<std::string> message;                           ///< to send: the address and its arguments
     std::vector<std::string> files;                             ///< to check
 };

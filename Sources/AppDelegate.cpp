@@ -58,6 +58,7 @@ void AppDelegate::removePlayerThread() {
 
 void AppDelegate::applicationWillTerminate() {
     if (!_playerThread.joinable()) return;
+    if (_zelvane != nullptr && _zelvane->isRecording()) _zelvane->stopRecording();
     if (_zelvane != nullptr && _zelvane->isListening()) startStopListening();
     _playerRunLoop.perform([this] { removePlayerThread(); }, RunLoop::Wait::yes);
     _playerThread.join();

@@ -41,6 +41,7 @@ class AppDelegate : public Application {
     RunLoop& mainRunLoop() override { return _mainRunLoop; }
     void presentError(const Error& error) override { _shell.presentAlert(error, false); }
     void presentErrorAndTerminate(const Error& error) override;
+    void recordingDidFinish(const RecordingSummary& recording) override { _shell.showRecording(recording); }
 
     Zelvane* zelvane() { return _zelvane.get(); }
 

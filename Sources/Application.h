@@ -4,7 +4,16 @@
 #include "Platform/Foundation/Error.h"
 #include "Platform/Foundation/RunLoop.h"
 
+#include <filesystem>
+
 namespace zelvane {
+
+/// A recording that is finished.
+struct RecordingSummary {
+    std::filesystem::path path;
+    double seconds = 0;
+    double lostSeconds = 0;  ///< of these are silence, as the disk was too slow
+};
 
 /// What the parts of the player need of the application they run in.
 class Application {
@@ -19,6 +28,9 @@ class Application {
 
     /// Brings what is shown of listening and recording up to date. Main thread.
     virtual void statusDidChange() = 0;
+
+    /// A recording is finished: the file is as it will stay. Main thread.
+    virtual void recordingDidFinish(const RecordingSummary& recording) = 0;
 
     /// Shows an error that ends the program, so that it is read first, and then ends it. Main thread.
     virtual void presentErrorAndTerminate(const Error& error) = 0;

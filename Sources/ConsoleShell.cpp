@@ -3,9 +3,22 @@
 
 #include "Platform/Desktop/ServiceNotifier.h"
 
+#include <cmath>
 #include <iostream>
 
 namespace zelvane {
+
+namespace {
+
+/// In milliseconds, whatever the locale.
+std::string secondsText(double seconds) {
+    const auto milliseconds = std::llround(seconds * 1000);
+    std::string fraction = std::to_string(milliseconds % 1000);
+    fraction.insert(0, 3 - fraction.size(), '0');
+    return std::to_string(milliseconds / 1000) + "." + fraction;
+}
+
+}  // namespace
 
 void ConsoleShell::presentAlert(const Error& error, bool /*endsProgram*/) {
     std::cerr << error.description + "\n";
@@ -20,6 +33,14 @@ void ConsoleShell::showStatus(const PlayerStatus& status) {
         notifyServiceManager("READY=1");
     }
     _shown = status;
+}
+
+void ConsoleShell::showRecording(const RecordingSummary& recording) {
+    std::cout << "Zelvane: recorded " + secondsText(recording.seconds) + " s to " + recording.path.string() + "\n";
+    if (recording.lostSeconds > 0)
+        std::cout << "Zelvane: the disk was too slow, " + secondsText(recording.lostSeconds) +
+                         " s of them are silence\n";
+    std::cout << std::flush;
 }
 
 }  // namespace zelvane

@@ -10,6 +10,7 @@ class ConsoleShell : public Shell {
   public:
     void presentAlert(const Error& error, bool endsProgram) override;
     void showStatus(const PlayerStatus& status) override;
+    void showRecording(const RecordingSummary& recording) override;
 
   private:
     PlayerStatus _shown;

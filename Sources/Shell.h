@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Foundation/Error.h"
+#include "Sources/Application.h"
 
 #include <cstdint>
 #include <string>
@@ -27,6 +28,8 @@ class Shell {
     /// Returns once the alert is shown; one that ends the program only once it was read.
     virtual void presentAlert(const Error& error, bool endsProgram) = 0;
     virtual void showStatus(const PlayerStatus& status) = 0;
+    /// Tells of a recording that is finished.
+    virtual void showRecording(const RecordingSummary& recording) = 0;
 };
 
 }  // namespace zelvane

@@ -74,6 +74,21 @@ void Zelvane::checkStatus() {
     _application.mainRunLoop().perform([&application = _application] { application.statusDidChange(); });
 }
 
+void Zelvane::enableRecording(const std::filesystem::path& url) {
+    _outputFileUrl = url;
+    _audioEngine->enableRecording(url);
+    setIsRecordingEnabled(true);
+    setIsRecording(false);
+    _application.statusDidChange();
+}
+
+void Zelvane::stopRecording() {
+    _audioEngine->stopRecording();
+    setIsRecordingEnabled(false);
+    setIsRecording(false);
+    _application.statusDidChange();
+}
+
 void Zelvane::setOutputDeviceFromName(const std::optional<std::string>& name) {
     const auto devices = outputDevices();
     if (name && std::find(devices.begin(), devices.end(), *name) != devices.end())

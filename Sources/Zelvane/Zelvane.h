@@ -11,6 +11,7 @@
 #include "Sources/Zelvane/OSCDecoder/OSCDecoder.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,6 +49,10 @@ class Zelvane : public StatusChecker {
     void setIsRecording(bool isRecording) { _audioEngine->setIsRecording(isRecording); }
     bool isRecordingEnabled() const { return _audioEngine->isRecordingEnabled(); }
     void setIsRecordingEnabled(bool isEnabled) { _audioEngine->setIsRecordingEnabled(isEnabled); }
+
+    /// Arms a recording: it begins with the first message that comes in.
+    void enableRecording(const std::filesystem::path& url);
+    void stopRecording();
 
     std::vector<std::string> musicDevices() const { return _audioEngine->musicDevices(); }
     std::vector<std::string> outputDevices() const { return _audioEngine->audioDevices(); }
@@ -107,6 +112,7 @@ class Zelvane : public StatusChecker {
     std::unique_ptr<AudioEngine> _audioEngine;
     std::shared_ptr<OSCDecoder> _oscDecoder;
     std::unique_ptr<MIDIDecoder> _midiDecoder;
+    std::filesystem::path _outputFileUrl;
     bool _soundfontIsChanged = false;
     bool _midiEnable = false;
     // Behind the decoder: they end first, so that nothing comes in when it goes.

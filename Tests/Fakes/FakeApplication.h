@@ -14,14 +14,16 @@ class FakeApplication final : public Application {
 
     RunLoop& mainRunLoop() override { return _mainRunLoop; }
     void statusDidChange() override { ++statusChanges; }
+    void recordingDidFinish(const RecordingSummary& recording) override { recordings.push_back(recording); }
     void presentError(const Error& error) override { errors.push_back(error); }
     void presentErrorAndTerminate(const Error& error) override {
         fatalErrors.push_back(error);
         _mainRunLoop.end();
     }
 
-    std::vector<Error> errors, fatalErrors;  ///< main thread
-    int statusChanges = 0;                   ///< main thread
+    std::vector<Error> errors, fatalErrors;    ///< main thread
+    std::vector<RecordingSummary> recordings;  ///< main thread
+    int statusChanges = 0;                     ///< main thread
 
   private:
     RunLoop& _mainRunLoop;

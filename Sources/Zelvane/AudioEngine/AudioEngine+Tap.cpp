@@ -9,7 +9,8 @@ namespace zelvane {
 
 namespace {
 
-constexpr double kTapFrames = 128;
+constexpr std::uint32_t kTapFrames = 128;
+constexpr std::chrono::milliseconds kTapWatchInterval(50);
 constexpr AudioObjectPropertyAddress kPhysicalFormat{kAudioStreamPropertyPhysicalFormat,
                                                      kAudioDevicePropertyScopeOutput, 0};
 
@@ -74,6 +75,19 @@ void AudioEngine::setUpOutputFileStreamFormatFromAudioDeviceID(AudioObjectID dev
     _streamFormats.setOutputFileFromPhysicalFormat(physical);
 }
 
+void AudioEngine::setUpTapForMixerNode() {
+    _mixerNode->installTapOnBus(0, kTapFrames, [this](const AVAudioPCMBuffer& buffer, const AVAudioTime& time) {
+        _recorderTap.take(buffer, time, isRecording());
+    });
+    // The audio thread, which is called first, may not log.
+    _tapWatch = Timer::every(kTapWatchInterval, [this](Timer& timer) {
+        if (!_recorderTap.hasBeenCalled()) return;
+        timer.invalidate();
+        Log::write("AudioEngine+Tap: [%@] recording tap set up", {"setUpTapForMixerNode"});
+    });
+    _application.mainRunLoop().add(_tapWatch);
+}
+
 void AudioEngine::removeDefaultOutputPropertyListener() {
     AudioObjectRemovePropertyListener(_platform.hardware, _outputDeviceID, _theAddress,
                                       MyDefaultOutputPropertyListenerProc, this);
@@ -82,7 +96,7 @@ void AudioEngine::removeDefaultOutputPropertyListener() {
 float AudioEngine::recorderLatency() const {
     const double sampleRate = _streamFormats.outputUnit().mSampleRate;
     if (sampleRate <= 0) return 0;
-    return std::ceil(static_cast<float>(kTapFrames * 1000 / sampleRate)) / 1000.0F;
+    return std::ceil(static_cast<float>(kTapFrames * 1000.0 / sampleRate)) / 1000.0F;
 }
 
 }  // namespace zelvane

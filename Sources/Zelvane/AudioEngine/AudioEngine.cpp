@@ -28,6 +28,7 @@ AudioEngine::~AudioEngine() {
 
 void AudioEngine::prepareToDealloc() {
     removeDefaultOutputPropertyListener();
+    finishRecording();
     if (_mixerNode != nullptr) _mixerNode->removeTapOnBus(0);
 }
 
@@ -63,6 +64,7 @@ void AudioEngine::setUpAudioAndStartRunning() {
     setUpStreamFormats();
     AudioUnitSetProperty(_outputNode->audioUnit(), kAudioDevicePropertyBufferFrameSize, kAudioUnitScope_Global, 0,
                          &kBufferFrames, sizeof kBufferFrames);
+    setUpTapForMixerNode();
     _avEngine->prepare();
     startRunning();
 }

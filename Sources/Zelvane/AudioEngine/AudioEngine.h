@@ -1,21 +1,27 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Platform/Audio/File/ExtAudioFile.h"
 #include "Platform/Audio/Graph/AVAudioEngine.h"
 #include "Platform/Audio/Graph/AudioPlatform.h"
 #include "Platform/Foundation/RunLoop.h"
+#include "Platform/Foundation/Timer.h"
 #include "Sources/Application.h"
 #include "Sources/Zelvane/AudioEngine/InstantiateParameters/InstantiateParameters.h"
 #include "Sources/Zelvane/AudioEngine/MicroUnit/MicroUnit.h"
+#include "Sources/Zelvane/AudioEngine/RecorderTap.h"
+#include "Sources/Zelvane/AudioEngine/RecordingReports.h"
 #include "Sources/Zelvane/AudioEngine/StreamFormats.h"
 
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zelvane {
@@ -85,7 +91,16 @@ class AudioEngine {
     bool isRecording() const { return _isRecording.load(std::memory_order_acquire); }
     void setIsRecording(bool isRecording) { _isRecording.store(isRecording, std::memory_order_release); }
 
-    // Recording formats.
+    // Recording.
+    /// Opens a file that is written once recording is on; does nothing while it is.
+    void enableRecording(const std::filesystem::path& url);
+    /// False, with the log and the user told why, when there can't be such a file.
+    bool setupAudioFile(const std::filesystem::path& url);
+    /// Nothing more is recorded; the file is closed when the buffer in flight is written. On a thread with a run loop.
+    void stopRecording();
+    /// Closes the file; it is finished in the background, and the application told of it.
+    void outputFileDispose();
+    const std::filesystem::path& audioFileUrl() const { return _audioFileUrl; }
     /// Seconds by which incoming messages are delayed, a tap buffer in whole milliseconds. Any thread.
     float recorderLatency() const;
     AudioStreamBasicDescription outputFileStreamDescription() const { return _streamFormats.outputFile(); }
@@ -102,6 +117,14 @@ class AudioEngine {
     void setUpOutputNode();
     void setUpMixerNode();
     void setUpAudioAndStartRunning();
+    void setUpTapForMixerNode();
+    ExtAudioFileOptions fileOptions();
+    static void tellOfFinished(RecordingReports& reports, Application& application);
+    bool failToSetUp(std::string_view pattern, OSStatus status);
+    static void logError(OSStatus status, const std::filesystem::path& url, const std::string& formatString);
+    void tellWriteFailures();
+    void reportWriteFailures();
+    void finishRecording();
     void presentErrorAndExit(const Error& error);
 
     void setUpAllMicroUnits(bool restore, bool log);
@@ -141,7 +164,15 @@ class AudioEngine {
     std::atomic<bool> _allMicroUnitsAreSetUp{false};  // written by main and player thread, read by both
     std::atomic<bool> _isListening{false};            // written by the main thread, read by the player thread
     std::atomic<bool> _isRecordingEnabled{false};     // main and player thread
-    std::atomic<bool> _isRecording{false};            // main and player thread
+    std::atomic<bool> _isRecording{false};            // written by the main thread, read by the audio thread too
+
+    // Main thread, but for what the tap has of its own.
+    RecorderTap _recorderTap;
+    std::filesystem::path _audioFileUrl;
+    std::shared_ptr<RecordingReports> _recordingReports = std::make_shared<RecordingReports>();
+    ExtAudioFileRef _outputFile;
+    ExtAudioFileRef _finishingFile;
+    std::shared_ptr<Timer> _closing, _failureTeller, _tapWatch;
 };
 
 }  // namespace zelvane
