@@ -13,9 +13,6 @@ namespace {
 
 constexpr unsigned kOursAlone = SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_NO_EXPORT;
 constexpr unsigned kForAll = SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE;
-// Who names a client without a port means number 0, which is not to be one that we keep for ourselves.
-constexpr int kLastPort = 253;
-
 /// The kernel's own passage from program to program, which is to be told from devices.
 std::string driverOf(const AlsaPort& port) {
     const bool isBetweenPrograms = port.isKernels && !port.card && port.clientName == "Midi Through";
@@ -33,7 +30,7 @@ bool AlsaBackEnd::open(MIDIBackEndListener& listener, Error& error) {
     _generations = std::make_unique<AlsaGenerations>();
     _output = std::make_unique<AlsaOutput>(*_sequencer, *_generations);
     _reader = std::make_unique<AlsaReader>(*_sequencer, *_generations, listener);
-    const int port = _sequencer->createPort("Announcements", kOursAlone, kLastPort);
+    const int port = _sequencer->createPort("Announcements", kOursAlone);
     _sequencer->connect({SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE}, {_sequencer->client(), port});
     return true;
 }

@@ -76,23 +76,32 @@ std::optional<Duration> AlsaSequencer::queueTime() const {
     return std::chrono::seconds(time->tv_sec) + std::chrono::nanoseconds(time->tv_nsec);
 }
 
-int AlsaSequencer::createPort(const std::string& name, unsigned capabilities, int number) const {
+int AlsaSequencer::createPort(const std::string& name, unsigned capabilities) const {
     const AlsaPortInfo info;
     snd_seq_port_info_set_name(info.get(), name.c_str());
     snd_seq_port_info_set_capability(info.get(), capabilities);
     snd_seq_port_info_set_type(
         info.get(), SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_SOFTWARE | SND_SEQ_PORT_TYPE_APPLICATION);
     snd_seq_port_info_set_midi_channels(info.get(), 16);
-    if (number >= 0) {
-        snd_seq_port_info_set_port(info.get(), number);
-        snd_seq_port_info_set_port_specified(info.get(), 1);
-    }
     if (_queue >= 0) {
         snd_seq_port_info_set_timestamping(info.get(), 1);
         snd_seq_port_info_set_timestamp_real(info.get(), 1);
         snd_seq_port_info_set_timestamp_queue(info.get(), _queue);
     }
+    const std::lock_guard lock(_portsMutex);
+    if ((capabilities & SND_SEQ_PORT_CAP_NO_EXPORT) != 0) {
+        snd_seq_port_info_set_port(info.get(), numberForOurselves());
+        snd_seq_port_info_set_port_specified(info.get(), 1);
+    }
     return snd_seq_create_port(_handle, info.get()) < 0 ? -1 : snd_seq_port_info_get_port(info.get());
+}
+
+/// Who names a client without a port means its first: that is to be one for all.
+int AlsaSequencer::numberForOurselves() const {
+    const AlsaPortInfo info;
+    int number = 128;
+    while (snd_seq_get_port_info(_handle, number, info.get()) == 0) ++number;
+    return number;
 }
 
 bool AlsaSequencer::renamePort(int port, const std::string& name) const {

@@ -8,6 +8,7 @@
 #include <alsa/asoundlib.h>
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,9 +32,8 @@ class AlsaSequencer {
     /// What the queue's clock shows.
     std::optional<Duration> queueTime() const;
 
-    /// Makes a port with capabilities of the library's (SND_SEQ_PORT_CAP_…), under the number wanted or the first that
-    /// is free; its number, -1 when that fails.
-    int createPort(const std::string& name, unsigned capabilities, int number = -1) const;
+    /// Makes a port with capabilities of the library's (SND_SEQ_PORT_CAP_…); its number, -1 when that fails.
+    int createPort(const std::string& name, unsigned capabilities) const;
     bool renamePort(int port, const std::string& name) const;
     void deletePort(int port) const;
 
@@ -48,10 +48,12 @@ class AlsaSequencer {
     explicit AlsaSequencer(snd_seq_t* handle);
     void makeRoom() const;
     void startQueue();
+    int numberForOurselves() const;
 
     snd_seq_t* const _handle;
     const int _client;
     int _queue = -1;
+    mutable std::mutex _portsMutex;  // from the choice of a number until it is taken
 };
 
 }  // namespace zelvane
