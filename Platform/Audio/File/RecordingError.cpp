@@ -23,7 +23,7 @@ RecordingError RecordingError::ofLibav(int result, const std::string& what) {
     if (-result <= kLargestOfSystem) return {-result, what};
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
     av_strerror(result, text.data(), text.size());
-    return {EILSEQ, what + ": " + text.data()};
+    return {EPROTO, what + " (" + text.data() + ")"};
 }
 
 OSStatus RecordingError::status() const {

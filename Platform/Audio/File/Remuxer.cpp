@@ -46,13 +46,16 @@ std::string roomForIndex(const RecordingTags& tags, const StreamLength& length) 
     return std::to_string(std::min<std::uint64_t>(room, std::numeric_limits<int>::max()));
 }
 
-StreamLength copyPackets(PacketReader& reader, AVFormatContext& muxer) {
+/// Fragments don't tell each packet's length: all but the last are as long as packets get.
+StreamLength copyPackets(PacketReader& reader, AVFormatContext& muxer, const StreamLength& expected) {
+    const auto longest = static_cast<std::uint64_t>(muxer.streams[0]->codecpar->frame_size);
     const LibavOwner<AVPacket> packet = ownLibav(av_packet_alloc());
     StreamLength copied;
-    while (reader.next(*packet)) {
-        packet->pts = packet->dts = static_cast<std::int64_t>(copied.frames);
+    while (reader.next(*packet) && packet->pts == static_cast<std::int64_t>(copied.frames)) {
+        const std::uint64_t frames = std::min(longest, expected.frames - copied.frames);
+        packet->duration = static_cast<std::int64_t>(frames);
         packet->pos = -1;
-        copied.frames += static_cast<std::uint64_t>(packet->duration);
+        copied.frames += frames;
         ++copied.packets;
         checkLibav(av_write_frame(&muxer, packet.get()), "could not write it anew");
         av_packet_unref(packet.get());
@@ -70,7 +73,7 @@ void remux(int fragmented, int ordinary, const AVCodecParameters& parameters, co
     checkLibav(av_opt_set(muxer->priv_data, "moov_size", roomForIndex(tags, expected).c_str(), 0),
                "could not set up the file format");
     checkLibav(avformat_write_header(muxer.get(), nullptr), "could not write it anew");
-    if (copyPackets(reader, *muxer) != expected) throw RecordingError(EILSEQ, "could not read all of it again");
+    if (copyPackets(reader, *muxer, expected) != expected) throw RecordingError(EIO, "could not read all of it again");
     checkLibav(av_write_trailer(muxer.get()), "could not write it anew");
     avio_flush(output.context());
     checkLibav(output.context()->error, "could not write it anew");
