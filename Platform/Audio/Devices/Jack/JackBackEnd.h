@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Audio/Devices/AudioDevice.h"
+#include "Platform/Jack/JackLibraries.h"
 
 #include <memory>
 #include <optional>
@@ -11,15 +12,9 @@
 
 namespace zelvane {
 
-class JackClient;
-class JackLibrary;
-
 /// JACK: its own server's, or PipeWire's. Every client with physical inputs is a device.
 class JackBackEnd final : public AudioDeviceBackEnd {
   public:
-    JackBackEnd();
-    ~JackBackEnd() override;
-
     std::string_view name() const override { return "JACK"; }
     bool takesPeriodWish() const override { return false; }
     std::vector<AudioDeviceInfo> devices() override;
@@ -37,10 +32,9 @@ class JackBackEnd final : public AudioDeviceBackEnd {
     std::shared_ptr<JackClient> openClient(Duration interval);
     static std::vector<Sink> sinks(const JackClient& client);
 
-    std::vector<std::string> _paths;                       // of libraries not loaded yet
-    std::vector<std::unique_ptr<JackLibrary>> _libraries;  // in the order of preference
-    std::shared_ptr<JackClient> _idle;                     // kept for listing, and for the next stream
-    std::weak_ptr<JackClient> _playing;                    // the open stream's
+    JackLibraries _libraries;
+    std::shared_ptr<JackClient> _idle;   // kept for listing, and for the next stream
+    std::weak_ptr<JackClient> _playing;  // the open stream's
     std::optional<TimePoint> _failedAt;
 };
 
