@@ -91,8 +91,9 @@ void JackClient::setPrettyName(jack_uuid_t port, const std::string& name) const 
     _library.setProperty(_client, port, "http://jackaudio.org/metadata/pretty-name", name.c_str(), "text/plain");
 }
 
-void JackClient::setPrettyName(const jack_port_t* port, const std::string& name) const {
-    if (_library.portUuid != nullptr) setPrettyName(_library.portUuid(port), name);
+std::optional<jack_uuid_t> JackClient::uuidOf(const jack_port_t* port) const {
+    if (_library.portUuid == nullptr) return {};
+    return _library.portUuid(port);
 }
 
 }  // namespace zelvane

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,7 +39,8 @@ class JackClient {
     /// What users are shown in place of a port's name. Once the client is active; not for a thread that can't be kept
     /// waiting, since JACK's own library keeps such things in a file that processes lock.
     void setPrettyName(jack_uuid_t port, const std::string& name) const;
-    void setPrettyName(const jack_port_t* port, const std::string& name) const;
+    /// None where the library is too old to have such.
+    std::optional<jack_uuid_t> uuidOf(const jack_port_t* port) const;
 
   private:
     JackClient(const JackLibrary& library, jack_client_t* client, WakeUp* whenDead);

@@ -4,6 +4,7 @@
 #include "Platform/Audio/Devices/DeviceName.h"
 #include "Platform/Audio/Devices/Jack/JackSinks.h"
 #include "Platform/Audio/Devices/Jack/JackStream.h"
+#include "Platform/Jack/JackLibraries.h"
 
 #include <algorithm>
 
@@ -23,6 +24,10 @@ Error failure(int code, std::string reason) {
 }
 
 }  // namespace
+
+JackBackEnd::JackBackEnd() : _libraries(std::make_unique<JackLibraries>()) {}
+
+JackBackEnd::~JackBackEnd() = default;
 
 std::vector<AudioDeviceInfo> JackBackEnd::devices() {
     const std::shared_ptr<JackClient> client = listingClient();
@@ -76,7 +81,7 @@ std::shared_ptr<JackClient> JackBackEnd::openClient(Duration interval) {
     const TimePoint now = Clock::monotonic().now();
     if (_failedAt && now - *_failedAt < interval) return nullptr;
     _failedAt = now;
-    std::shared_ptr<JackClient> client = _libraries.openClient(kClientName);
+    std::shared_ptr<JackClient> client = _libraries->openClient(kClientName);
     if (client) _failedAt.reset();
     return client;
 }

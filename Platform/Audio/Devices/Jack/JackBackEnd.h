@@ -2,7 +2,6 @@
 #pragma once
 
 #include "Platform/Audio/Devices/AudioDevice.h"
-#include "Platform/Jack/JackLibraries.h"
 
 #include <memory>
 #include <optional>
@@ -12,9 +11,15 @@
 
 namespace zelvane {
 
+class JackClient;
+class JackLibraries;
+
 /// JACK: its own server's, or PipeWire's. Every client with physical inputs is a device.
 class JackBackEnd final : public AudioDeviceBackEnd {
   public:
+    JackBackEnd();
+    ~JackBackEnd() override;
+
     std::string_view name() const override { return "JACK"; }
     bool takesPeriodWish() const override { return false; }
     std::vector<AudioDeviceInfo> devices() override;
@@ -32,7 +37,7 @@ class JackBackEnd final : public AudioDeviceBackEnd {
     std::shared_ptr<JackClient> openClient(Duration interval);
     static std::vector<Sink> sinks(const JackClient& client);
 
-    JackLibraries _libraries;
+    const std::unique_ptr<JackLibraries> _libraries;
     std::shared_ptr<JackClient> _idle;   // kept for listing, and for the next stream
     std::weak_ptr<JackClient> _playing;  // the open stream's
     std::optional<TimePoint> _failedAt;

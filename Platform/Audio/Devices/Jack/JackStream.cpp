@@ -173,7 +173,9 @@ bool JackStream::waitForNextUpkeep() {
 }
 
 void JackStream::setPrettyNames() {
-    for (std::size_t i = 0; i < _ports.size(); ++i) _client->setPrettyName(_ports[i], kPortNames[i].pretty);
+    for (std::size_t i = 0; i < _ports.size(); ++i) {
+        if (const auto port = _client->uuidOf(_ports[i])) _client->setPrettyName(*port, kPortNames[i].pretty);
+    }
 }
 
 }  // namespace zelvane
