@@ -2,8 +2,10 @@
 #include "Platform/Jack/JackClient.h"
 
 #include "Platform/Jack/ScopedBrokenPipeBlock.h"
+#include "Platform/Jack/Uncancelled.h"
 
 #include <algorithm>
+#include <map>
 #include <mutex>
 #include <set>
 
@@ -11,10 +13,21 @@ namespace zelvane {
 
 namespace {
 
-/// The clients of this process. Never destroyed: a client may live to the very end.
+/// Clients of one server learn of its end one after the other. One that has not within this time is at a server that
+/// lives, and has only dropped the other.
+constexpr Duration kNewsSpread = std::chrono::seconds(1);
+
+/// The clients of this process, and when each library's last one lost its server. Never destroyed: a client may live to
+/// the very end.
 struct Register {
     std::mutex mutex;
     std::set<const JackClient*> clients;
+    std::map<decltype(JackLibrary::clientOpen), std::atomic<TimePoint>> deaths;
+
+    std::atomic<TimePoint>& lastDeath(const JackLibrary& library) {
+        const std::lock_guard lock(mutex);
+        return deaths.try_emplace(library.clientOpen, TimePoint::min()).first->second;
+    }
 };
 
 Register& theRegister() {
@@ -34,11 +47,18 @@ std::unique_ptr<JackClient> JackClient::open(const JackLibrary& library, const c
 
 bool JackClient::isAnyDeadLeft() {
     const std::lock_guard lock(theRegister().mutex);
-    return std::ranges::any_of(theRegister().clients, &JackClient::isDead);
+    return std::ranges::any_of(theRegister().clients, [now = Clock::monotonic().now()](const JackClient* client) {
+        return client->isDead() || client->isSuspect(now);
+    });
+}
+
+bool JackClient::isSuspect(TimePoint now) const {
+    const TimePoint lastDeath = _lastDeath.load(std::memory_order_relaxed);
+    return _openedAt <= lastDeath && now < lastDeath + kNewsSpread;
 }
 
 JackClient::JackClient(const JackLibrary& library, jack_client_t* client, WakeUp* whenDead)
-    : _library(library), _client(client), _whenDead(whenDead) {
+    : _library(library), _client(client), _whenDead(whenDead), _lastDeath(theRegister().lastDeath(library)) {
     // Which of the two is called depends on the library and the way the server ends; both may be.
     library.onShutdown(
         client, [](void* self) { static_cast<JackClient*>(self)->die(); }, this);
@@ -59,8 +79,12 @@ JackClient::~JackClient() {
 
 /// A thread of the library, which may not do more.
 void JackClient::die() {
-    _isDead.store(true, std::memory_order_relaxed);
-    if (_whenDead != nullptr) _whenDead->post();
+    uncancelled([this] {
+        // The time first: whoever sees this one dead takes the others for suspect.
+        _lastDeath.store(Clock::monotonic().now(), std::memory_order_relaxed);
+        _isDead.store(true, std::memory_order_release);
+        if (_whenDead != nullptr) _whenDead->post();
+    });
 }
 
 std::vector<std::string> JackClient::ports(const char* type, unsigned long flags) const {

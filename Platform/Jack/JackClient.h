@@ -22,15 +22,15 @@ class JackClient {
     JackClient(const JackClient&) = delete;
     JackClient& operator=(const JackClient&) = delete;
 
-    /// All clients of a process share what JACK's library maps of its server. One that is opened at the next server
-    /// takes it away from under one of the former server's, which then can't even be closed: so none is opened while
-    /// this is true. Any thread.
+    /// All clients of a process share what JACK's library maps of its server. One that is opened at the next server, or
+    /// fails to, takes it away from under one of the former server's, which then can't even be closed: so none is
+    /// opened while this is true. Any thread.
     static bool isAnyDeadLeft();
 
     const JackLibrary& library() const { return _library; }
     jack_client_t* handle() const { return _client; }
     /// The server has gone. Any thread, real-time safe.
-    bool isDead() const { return _isDead.load(std::memory_order_relaxed); }
+    bool isDead() const { return _isDead.load(std::memory_order_acquire); }
 
     /// Full names of the ports of a type that have all these flags (JackPortIs…), in the server's order.
     std::vector<std::string> ports(const char* type, unsigned long flags) const;
@@ -45,10 +45,13 @@ class JackClient {
   private:
     JackClient(const JackLibrary& library, jack_client_t* client, WakeUp* whenDead);
     void die();
+    bool isSuspect(TimePoint now) const;
 
     const JackLibrary& _library;
     jack_client_t* const _client;
     WakeUp* const _whenDead;
+    std::atomic<TimePoint>& _lastDeath;  // of any client of the library's; written by its threads, read by any
+    const TimePoint _openedAt = Clock::monotonic().now();
     std::atomic<bool> _isDead{false};  // written by a thread of the library, read by any
 };
 

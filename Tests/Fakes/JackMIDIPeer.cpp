@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Tests/Fakes/JackMIDIPeer.h"
 
-#include "Platform/Jack/JackProcess.h"
+#include "Platform/Jack/Uncancelled.h"
 #include "Platform/Jack/ScopedBrokenPipeBlock.h"
 
 #include <dlfcn.h>

@@ -3,6 +3,7 @@
 
 #include "Platform/Foundation/Utf8.h"
 #include "Platform/Jack/ScopedBrokenPipeBlock.h"
+#include "Platform/Jack/Uncancelled.h"
 
 #include <cerrno>
 #include <cstring>
@@ -74,11 +75,11 @@ void JackMIDIClient::setCallbacks() {
 
 /// A thread of the library, which the server may be waiting for.
 void JackMIDIClient::add(const News& news) {
-    {
+    uncancelled([&] {
         const std::lock_guard lock(_newsMutex);
         _news.push_back(news);
-    }
-    _queues.midiThread.post();
+        _queues.midiThread.post();
+    });
 }
 
 std::vector<JackMIDIClient::News> JackMIDIClient::takeNews() {

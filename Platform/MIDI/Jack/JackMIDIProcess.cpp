@@ -2,7 +2,7 @@
 #include "Platform/MIDI/Jack/JackMIDIProcess.h"
 
 #include "Platform/Audio/RealtimeScope.h"
-#include "Platform/Jack/JackProcess.h"
+#include "Platform/Jack/Uncancelled.h"
 #include "Platform/MIDI/Jack/MessageAssembler.h"
 
 #include <algorithm>

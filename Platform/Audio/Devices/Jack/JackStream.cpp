@@ -4,7 +4,7 @@
 #include "Platform/Audio/FlushToZero.h"
 #include "Platform/Audio/RealtimeScope.h"
 #include "Platform/Foundation/Thread.h"
-#include "Platform/Jack/JackProcess.h"
+#include "Platform/Jack/Uncancelled.h"
 #include "Platform/Jack/ScopedBrokenPipeBlock.h"
 
 #include <algorithm>
