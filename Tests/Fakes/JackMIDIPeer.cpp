@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Tests/Fakes/JackMIDIPeer.h"
 
-#include "Platform/Jack/Uncancelled.h"
 #include "Platform/Jack/ScopedBrokenPipeBlock.h"
+#include "Platform/Jack/Uncancelled.h"
 
 #include <dlfcn.h>
 
@@ -94,6 +94,11 @@ bool JackMIDIPeer::hasPlayed() const {
 std::vector<JackMIDIPeer::Event> JackMIDIPeer::written() const {
     const std::lock_guard lock(_mutex);
     return _written;
+}
+
+void JackMIDIPeer::forget() {
+    const std::lock_guard lock(_mutex);
+    _written.clear();
 }
 
 std::vector<JackMIDIPeer::Bytes> JackMIDIPeer::heard() const {

@@ -22,12 +22,12 @@ class JackMIDIPeer {
     };
     struct Event {
         std::uint64_t cycle;
-        TimePoint time;
+        TimePoint time;  ///< on JACK's clock
         Bytes bytes;
         std::size_t output = 0;  ///< by which it was written
     };
 
-    /// Ports that are `physical` have the alias "ALIAS:NAME".
+    /// With an alias, the ports are a device's, and called "ALIAS:NAME" too.
     JackMIDIPeer(const char* name, const std::vector<std::string>& outputs, const std::vector<std::string>& inputs = {},
                  const std::string& alias = {});
     ~JackMIDIPeer();
@@ -46,6 +46,7 @@ class JackMIDIPeer {
     /// `hasPlayed`, and two cycles more.
     bool isDone() const { return hasPlayed() && _cycles.load() > _doneAt.load() + 2; }
     std::vector<Event> written() const;
+    void forget();
     std::vector<Bytes> heard() const;
     std::uint64_t xruns() const { return _xruns; }
 

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <optional>
 #include <set>
 
 namespace zelvane {
@@ -27,9 +28,21 @@ using testing::IsEmpty;
 const Bytes kNoteOn = {0x90, 60, 100};
 const Bytes kNoteOff = {0x80, 60, 64};
 
+double microseconds(Duration duration) {
+    return std::abs(std::chrono::duration<double, std::micro>(duration).count());
+}
+
+/// Another one for each number below 2^18.
+Bytes distinctMessage(std::uint32_t number) {
+    const auto part = [number](std::uint32_t place) {
+        return static_cast<std::uint8_t>(number >> (7 * place) & 0x7FU);
+    };
+    return {static_cast<std::uint8_t>(0xB0U | part(2)), part(1), part(0)};
+}
+
 class JackMIDI : public testing::Test {
   protected:
-    bool open() { return server.start() && backEnd->open(ear, error); }
+    bool open(unsigned period = 256) { return server.start(48000, period) && backEnd->open(ear, error); }
     MIDIPortDescription port(MIDIDirection direction, const std::string& name) {
         for (const auto& each : backEnd->ports()) {
             if (each.direction == direction && each.name == name) return each;
@@ -42,6 +55,21 @@ class JackMIDI : public testing::Test {
     }
     bool hears(MIDILineID line, const std::vector<Bytes>& messages) {
         return waitFor([&] { return ear.messages(line) == messages; }, 5);
+    }
+    /// Everything is heard, in a time in which the server is not held up. A server that is loses cycles, or lets one
+    /// client read what another still writes: then another try.
+    bool playUndisturbed(JackMIDIPeer& peer, const std::vector<JackMIDIPeer::Planned>& plan, std::size_t output = 0) {
+        for (int tries = 1; tries <= 20; ++tries) {
+            ear.forget();
+            peer.forget();
+            const std::uint64_t xruns = peer.xruns();
+            peer.play(plan, output);
+            if (!waitFor([&] { return peer.isDone(); }, 20)) return false;
+            const bool isHeard = waitFor([&] { return ear.count() >= plan.size(); }, 1);
+            if (peer.xruns() == xruns) return isHeard;
+            std::printf("%lu xruns at try %d\n", static_cast<unsigned long>(peer.xruns() - xruns), tries);
+        }
+        return false;
     }
     /// The note sounds over a line.
     bool startNote(JackMIDIPeer& peer, MIDILineID line, std::size_t output = 0) {
@@ -64,7 +92,7 @@ TEST_F(JackMIDI, isQuietWithoutAServer) {
 }
 
 TEST_F(JackMIDI, stampsEachMessageWithItsFrame) {
-    ASSERT_TRUE(open());
+    ASSERT_TRUE(open(1024));
     JackMIDIPeer peer("keys", {"first", "second"});
     ASSERT_TRUE(peer.isOpen() && connect(1, "first") && connect(2, "second"));
     std::vector<JackMIDIPeer::Planned> plan;
@@ -72,61 +100,51 @@ TEST_F(JackMIDI, stampsEachMessageWithItsFrame) {
         const auto key = static_cast<std::uint8_t>(i % 128);
         // Uneven steps, some of none at all: several in one cycle, some at the same frame.
         plan.push_back({i * 17 - i % 3 * 17 + 5, {static_cast<std::uint8_t>(i % 2 == 0 ? 0x90 : 0x83), key, 100}});
-        if (i % 10 == 0) plan.push_back({plan.back().frame, {0xF8}});
     }
     std::ranges::stable_sort(plan, {}, &JackMIDIPeer::Planned::frame);
     RealtimeGuard::reset();
-    peer.play(plan, 1);
-    ASSERT_TRUE(waitFor([&] { return peer.isDone(); }, 10));
-    auto written = peer.written();
-    std::erase_if(written, [](const auto& event) { return event.bytes.size() == 1; });
-    ASSERT_TRUE(waitFor([&] { return ear.count() >= written.size(); }, 5));
+    ASSERT_TRUE(playUndisturbed(peer, plan, 1));
     EXPECT_EQ(RealtimeGuard::violations().total(), 0U) << RealtimeGuard::firstOffender();
+    const auto written = peer.written();
     const auto packets = ear.packets();
     ASSERT_EQ(packets.size(), written.size());
+    double worstInCycle = 0;
     double worst = 0;
+    std::vector<double> late;
     for (std::size_t i = 0; i < packets.size(); ++i) {
         ASSERT_EQ(packets[i].line, 2U);
         ASSERT_EQ(packets[i].bytes, written[i].bytes) << i;
-        if (worst < 5 && std::abs(std::chrono::duration<double, std::micro>(packets[i].time - written[i].time).count())> 5) printf("DBG %zu %ld %ld cycle %lu\n", i, packets[i].time.time_since_epoch().count(), written[i].time.time_since_epoch().count(), written[i].cycle);
-        worst = std::max(
-            worst, std::abs(std::chrono::duration<double, std::micro>(packets[i].time - written[i].time).count()));
+        const Duration offset = packets[i].time - written[i].time;
+        worst = std::max(worst, microseconds(offset - (packets[0].time - written[0].time)));
+        late.push_back(microseconds(packets[i].cameAt - packets[i].time));
+        if (i == 0 || written[i].cycle != written[i - 1].cycle) continue;
+        worstInCycle = std::max(worstInCycle, microseconds(offset - (packets[i - 1].time - written[i - 1].time)));
     }
-    std::printf("%zu messages stamped, at most %.3f us off their frame\n", packets.size(), worst);
-    EXPECT_LE(worst, 1.0);
+    std::ranges::sort(late);
+    std::printf(
+        "%zu messages: stamps at most %.3f us off their frame in a cycle, %.1f us in all; came %.0f us from it\n",
+        packets.size(), worstInCycle, worst, late[late.size() / 2]);
+    EXPECT_LE(worstInCycle, 1.0);
+    // JACK's clock runs by some millionths faster or slower than ours.
+    EXPECT_LE(worst, 300);
+    EXPECT_LE(late[late.size() / 2], 50000);
 }
 
 TEST_F(JackMIDI, losesNothingAtTenThousandMessagesASecond) {
-    ASSERT_TRUE(open());
+    ASSERT_TRUE(open(1024));
     JackMIDIPeer peer("keys", {"out"});
     ASSERT_TRUE(peer.isOpen() && connect(1, "out"));
     std::vector<JackMIDIPeer::Planned> plan;
-    for (std::uint32_t i = 0; i < 20000; ++i) {
-        plan.push_back(
-            {i * 24 / 5, {0xB0, static_cast<std::uint8_t>(i / 128 % 128), static_cast<std::uint8_t>(i % 128)}});
-    }
-    peer.play(plan);
-    ASSERT_TRUE(waitFor([&] { return peer.isDone(); }, 20));
-    const auto written = peer.written();
-    waitFor([&] { return ear.count() >= written.size(); }, 1);
-    const auto packets = ear.packets();
-    // A server that is held up may leave out a cycle of ours, with all that was in it.
-    std::set<std::uint64_t> lostCycles;
-    std::size_t heard = 0;
-    for (const auto& event : written) {
-        const bool isHeard = heard < packets.size() && packets[heard].bytes == event.bytes;
-        if (isHeard) {
-            ++heard;
-            ASSERT_FALSE(lostCycles.contains(event.cycle)) << "half of a cycle is lost";
-        } else {
-            lostCycles.insert(event.cycle);
-        }
-    }
-    std::printf("%zu of %zu messages in 2 s, %zu cycles lost by the server, %lu xruns\n", heard, written.size(),
-                lostCycles.size(), static_cast<unsigned long>(peer.xruns()));
-    EXPECT_EQ(heard, packets.size());
-    EXPECT_EQ(written.size(), plan.size());
-    EXPECT_LE(lostCycles.size(), peer.xruns());
+    for (std::uint32_t i = 0; i < 20000; ++i) plan.push_back({i * 24 / 5, distinctMessage(i)});
+    ASSERT_TRUE(playUndisturbed(peer, plan));
+    std::vector<Bytes> played;
+    for (const auto& planned : plan) played.push_back(planned.bytes);
+    EXPECT_EQ(ear.messages(1), played);
+    backEnd->close(1);
+    const std::size_t count = ear.count();
+    peer.play({{0, kNoteOn}});
+    ASSERT_TRUE(waitFor([&] { return peer.isDone(); }, 5));
+    EXPECT_EQ(ear.count(), count);
 }
 
 TEST_F(JackMIDI, handsOnWholeMessagesOnly) {

@@ -17,13 +17,15 @@ class MIDIEar final : public MIDIBackEndListener {
         MIDILineID line;
         TimePoint time;
         Bytes bytes;
+        TimePoint cameAt;
     };
 
     void setupChanged() override { ++changes; }
     void received(MIDILineID line, MIDIPacketList packets) override {
+        const TimePoint now = Clock::monotonic().now();
         const std::lock_guard lock(_mutex);
         for (const MIDIPacket& packet : packets) {
-            _packets.push_back({line, packet.timeStamp, {packet.data.begin(), packet.data.end()}});
+            _packets.push_back({line, packet.timeStamp, {packet.data.begin(), packet.data.end()}, now});
         }
     }
 
