@@ -2,15 +2,17 @@
 #include "Platform/Audio/Devices/Jack/JackBackEnd.h"
 
 #include "Platform/Audio/Devices/DeviceName.h"
-#include "Platform/Audio/Devices/Jack/JackClient.h"
-#include "Platform/Audio/Devices/Jack/JackLibrary.h"
+#include "Platform/Audio/Devices/Jack/JackSinks.h"
 #include "Platform/Audio/Devices/Jack/JackStream.h"
+#include "Platform/Jack/JackLibraries.h"
 
 #include <algorithm>
 
 namespace zelvane {
 
 namespace {
+
+constexpr const char* kClientName = "Zelvane";
 
 /// How often a server that is not there is looked for, however often it is asked for. Each look costs some milliseconds
 /// of the processor's time, so a list that is kept up to date for ever looks less often than a stream that is wanted.
@@ -23,7 +25,7 @@ Error failure(int code, std::string reason) {
 
 }  // namespace
 
-JackBackEnd::JackBackEnd() : _paths(JackLibrary::candidates()) {}
+JackBackEnd::JackBackEnd() : _libraries(std::make_unique<JackLibraries>()) {}
 
 JackBackEnd::~JackBackEnd() = default;
 
@@ -33,7 +35,7 @@ std::vector<AudioDeviceInfo> JackBackEnd::devices() {
     const auto& library = client->library();
     std::vector<AudioDeviceInfo> devices;
     for (const Sink& sink : sinks(*client)) {
-        const auto channels = static_cast<std::uint32_t>(client->inputs(sink.client).size());
+        const auto channels = static_cast<std::uint32_t>(jackInputs(*client, sink.client).size());
         const AudioDeviceFormat format{.sampleRate = double(library.sampleRate(client->handle())),
                                        .channels = channels,
                                        .periodFrames = library.bufferSize(client->handle()),
@@ -63,12 +65,9 @@ std::unique_ptr<AudioStream> JackBackEnd::open(const std::string& deviceName, co
     return std::make_unique<JackStream>(std::move(_idle), deviceName.empty() ? std::string() : sink->client);
 }
 
-/// All clients of a process share what JACK's library maps of its server. One that is opened at the next server takes
-/// it away from under one of the former server's, which then can't even be closed.
 bool JackBackEnd::isDeadClientLeft() {
     if (_idle && _idle->isDead()) _idle.reset();
-    const std::shared_ptr<JackClient> playing = _playing.lock();
-    return playing && playing->isDead();
+    return JackClient::isAnyDeadLeft();
 }
 
 std::shared_ptr<JackClient> JackBackEnd::listingClient() {
@@ -78,29 +77,19 @@ std::shared_ptr<JackClient> JackBackEnd::listingClient() {
     return _idle;
 }
 
-/// The first library that a server answers; the others are not touched as long as it does.
 std::shared_ptr<JackClient> JackBackEnd::openClient(Duration interval) {
     const TimePoint now = Clock::monotonic().now();
     if (_failedAt && now - *_failedAt < interval) return nullptr;
     _failedAt = now;
-    for (std::size_t i = 0; i < _libraries.size() || !_paths.empty(); ++i) {
-        if (i == _libraries.size()) {
-            _libraries.push_back(JackLibrary::load(_paths.front()));
-            _paths.erase(_paths.begin());
-        }
-        if (!_libraries[i]) continue;
-        if (std::shared_ptr<JackClient> client = JackClient::open(*_libraries[i])) {
-            _failedAt.reset();
-            return client;
-        }
-    }
-    return nullptr;
+    std::shared_ptr<JackClient> client = _libraries->openClient(kClientName);
+    if (client) _failedAt.reset();
+    return client;
 }
 
 std::vector<JackBackEnd::Sink> JackBackEnd::sinks(const JackClient& client) {
     std::vector<Sink> sinks;
     std::vector<std::string> names;
-    for (std::string& sink : client.sinks()) {
+    for (std::string& sink : jackSinks(client)) {
         names.push_back(uniqueDeviceName("JACK", sink, names));
         sinks.push_back({names.back(), std::move(sink)});
     }

@@ -12,7 +12,7 @@
 namespace zelvane {
 
 class JackClient;
-class JackLibrary;
+class JackLibraries;
 
 /// JACK: its own server's, or PipeWire's. Every client with physical inputs is a device.
 class JackBackEnd final : public AudioDeviceBackEnd {
@@ -37,10 +37,9 @@ class JackBackEnd final : public AudioDeviceBackEnd {
     std::shared_ptr<JackClient> openClient(Duration interval);
     static std::vector<Sink> sinks(const JackClient& client);
 
-    std::vector<std::string> _paths;                       // of libraries not loaded yet
-    std::vector<std::unique_ptr<JackLibrary>> _libraries;  // in the order of preference
-    std::shared_ptr<JackClient> _idle;                     // kept for listing, and for the next stream
-    std::weak_ptr<JackClient> _playing;                    // the open stream's
+    const std::unique_ptr<JackLibraries> _libraries;
+    std::shared_ptr<JackClient> _idle;   // kept for listing, and for the next stream
+    std::weak_ptr<JackClient> _playing;  // the open stream's
     std::optional<TimePoint> _failedAt;
 };
 

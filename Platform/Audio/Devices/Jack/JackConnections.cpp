@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Audio/Devices/Jack/JackConnections.h"
 
+#include "Platform/Audio/Devices/Jack/JackSinks.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -16,7 +18,7 @@ void JackConnections::update(TimePoint now, bool portsWent) {
         return;
     }
     const std::string sink = presentSink();
-    const Wires wanted = wiresTo(_client.inputs(sink));
+    const Wires wanted = wiresTo(jackInputs(_client, sink));
     if (wanted.empty()) {
         sinkIsAway(now, present);
         return;
@@ -28,13 +30,13 @@ void JackConnections::update(TimePoint now, bool portsWent) {
 
 std::string JackConnections::presentSink() const {
     if (!_sink.empty()) return _sink;
-    const std::vector<std::string> sinks = _client.sinks();
+    const std::vector<std::string> sinks = jackSinks(_client);
     return sinks.empty() ? std::string() : sinks.front();
 }
 
 bool JackConnections::isRewiredByUser(const Wires& present) const {
     if (_connectedSink.empty() || _portsWentAt || std::ranges::includes(present, _made)) return false;
-    return !_client.inputs(_connectedSink).empty();
+    return !jackInputs(_client, _connectedSink).empty();
 }
 
 void JackConnections::sinkIsAway(TimePoint now, const Wires& present) {

@@ -4,8 +4,8 @@
 #include "Platform/Audio/FlushToZero.h"
 #include "Platform/Audio/RealtimeScope.h"
 #include "Platform/Foundation/Thread.h"
-
-#include <pthread.h>
+#include "Platform/Jack/Uncancelled.h"
+#include "Platform/Jack/ScopedBrokenPipeBlock.h"
 
 #include <algorithm>
 
@@ -95,7 +95,7 @@ bool JackStream::registerPorts() {
 
 void JackStream::setCallbacks() {
     jack_client_t* client = _client->handle();
-    _library.setProcessCallback(client, processUncancelled, this);
+    _library.setProcessCallback(client, processUncancelled<&JackStream::process, JackStream>, this);
     _library.setSampleRateCallback(
         client,
         [](jack_nframes_t rate, void* argument) {
@@ -118,17 +118,6 @@ void JackStream::setCallbacks() {
             if (isNew == 0) self(argument)._havePortsGone.store(true);
         },
         this);
-}
-
-/// JACK's library ends its threads by cancelling them wherever they are, also in the middle of a cycle. Frames that
-/// can't be unwound would end the program then, and what the renderer was at would stay half done: so only between
-/// cycles. This frame itself can be unwound, since it holds nothing.
-int JackStream::processUncancelled(jack_nframes_t frames, void* argument) {
-    int former = PTHREAD_CANCEL_ENABLE;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former);
-    const int result = self(argument).process(frames);
-    pthread_setcancelstate(former, nullptr);
-    return result;
 }
 
 int JackStream::process(jack_nframes_t frames) noexcept {
@@ -183,12 +172,9 @@ bool JackStream::waitForNextUpkeep() {
     return !_wakeUp.wait_for(lock, kUpkeepInterval, [this] { return _isStopping; });
 }
 
-/// Renaming a port reaches nobody on PipeWire; metadata do, once the client is active.
 void JackStream::setPrettyNames() {
-    if (_library.portUuid == nullptr || _library.setProperty == nullptr) return;
     for (std::size_t i = 0; i < _ports.size(); ++i) {
-        _library.setProperty(_client->handle(), _library.portUuid(_ports[i]),
-                             "http://jackaudio.org/metadata/pretty-name", kPortNames[i].pretty, "text/plain");
+        if (const auto port = _client->uuidOf(_ports[i])) _client->setPrettyName(*port, kPortNames[i].pretty);
     }
 }
 

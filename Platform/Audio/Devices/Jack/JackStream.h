@@ -3,9 +3,9 @@
 
 #include "Platform/Audio/Devices/AudioDevice.h"
 #include "Platform/Audio/Devices/CycleWatchdog.h"
-#include "Platform/Audio/Devices/Jack/JackClient.h"
-#include "Platform/Audio/Devices/Jack/JackClock.h"
 #include "Platform/Audio/Devices/Jack/JackConnections.h"
+#include "Platform/Jack/JackClient.h"
+#include "Platform/Jack/JackClock.h"
 
 #include <array>
 #include <atomic>
@@ -40,7 +40,6 @@ class JackStream final : public AudioStream {
 
     bool registerPorts();
     void setCallbacks();
-    static int processUncancelled(jack_nframes_t frames, void* argument);
     int process(jack_nframes_t frames) noexcept;
     AudioCycle cycle(jack_nframes_t frames) noexcept;
     void setPrettyNames();

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Platform/Audio/Devices/Jack/JackLibrary.h"
+#include "Platform/Jack/JackLibrary.h"
 
 #include <dlfcn.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 namespace zelvane {
@@ -87,10 +88,34 @@ std::unique_ptr<JackLibrary> JackLibrary::load(const std::string& path) {
     return library;
 }
 
-bool JackLibrary::bindAll(void* handle) {
+void JackLibrary::bindOptional(void* handle) {
     bind(handle, "jack_port_uuid", portUuid);
+    bind(handle, "jack_port_rename", portRename);
+    bind(handle, "jack_set_port_rename_callback", setPortRenameCallback);
     bind(handle, "jack_set_property", setProperty);
-    return bind(handle, "jack_set_error_function", setErrorFunction) &&
+    bind(handle, "jack_get_property", property);
+    decltype(&::jack_get_version_string) versionString = nullptr;
+    isPipeWires = bind(handle, "jack_get_version_string", versionString) &&
+                  std::string_view(versionString()).find("PipeWire") != std::string_view::npos;
+}
+
+bool JackLibrary::bindMIDI(void* handle) {
+    return bind(handle, "jack_get_client_name", clientName) &&
+           bind(handle, "jack_set_port_connect_callback", setPortConnectCallback) &&
+           bind(handle, "jack_port_by_id", portById) && bind(handle, "jack_port_is_mine", portIsMine) &&
+           bind(handle, "jack_port_flags", portFlags) && bind(handle, "jack_port_name_size", portNameSize) &&
+           bind(handle, "jack_port_get_aliases", portAliases) &&
+           bind(handle, "jack_port_connected_to", portConnectedTo) &&
+           bind(handle, "jack_midi_get_event_count", midiEventCount) &&
+           bind(handle, "jack_midi_event_get", midiEvent) &&
+           bind(handle, "jack_midi_get_lost_event_count", midiLostEventCount) &&
+           bind(handle, "jack_midi_clear_buffer", midiClearBuffer) &&
+           bind(handle, "jack_midi_event_reserve", midiEventReserve);
+}
+
+bool JackLibrary::bindAll(void* handle) {
+    bindOptional(handle);
+    return bindMIDI(handle) && bind(handle, "jack_set_error_function", setErrorFunction) &&
            bind(handle, "jack_set_info_function", setInfoFunction) && bind(handle, "jack_client_open", clientOpen) &&
            bind(handle, "jack_client_close", clientClose) && bind(handle, "jack_on_shutdown", onShutdown) &&
            bind(handle, "jack_on_info_shutdown", onInfoShutdown) &&

@@ -3,6 +3,7 @@
 
 #include <jack/jack.h>
 #include <jack/metadata.h>
+#include <jack/midiport.h>
 
 #include <memory>
 #include <string>
@@ -11,8 +12,8 @@
 namespace zelvane {
 
 /// The functions of one libjack. It is loaded while the program runs, because there may be two of them (the JACK
-/// server's and PipeWire's) and which one works shows only by asking. Inner header of the back end: names of JACK go no
-/// further.
+/// server's and PipeWire's) and which one works shows only by asking. Inner header of the back ends: names of JACK go
+/// no further.
 class JackLibrary {
   public:
     /// Where to look: the linker's own first, then what PipeWire keeps in a folder that the linker does not search.
@@ -51,13 +52,35 @@ class JackLibrary {
     decltype(&::jack_disconnect) disconnect = nullptr;
     decltype(&::jack_free) free = nullptr;
 
-    // Metadata, which old libraries lack: null there.
+    decltype(&::jack_get_client_name) clientName = nullptr;
+    decltype(&::jack_set_port_connect_callback) setPortConnectCallback = nullptr;
+    decltype(&::jack_port_by_id) portById = nullptr;
+    decltype(&::jack_port_is_mine) portIsMine = nullptr;
+    decltype(&::jack_port_flags) portFlags = nullptr;
+    decltype(&::jack_port_name_size) portNameSize = nullptr;
+    decltype(&::jack_port_get_aliases) portAliases = nullptr;
+    decltype(&::jack_port_connected_to) portConnectedTo = nullptr;
+    decltype(&::jack_midi_get_event_count) midiEventCount = nullptr;
+    decltype(&::jack_midi_event_get) midiEvent = nullptr;
+    decltype(&::jack_midi_get_lost_event_count) midiLostEventCount = nullptr;
+    decltype(&::jack_midi_clear_buffer) midiClearBuffer = nullptr;
+    decltype(&::jack_midi_event_reserve) midiEventReserve = nullptr;
+
+    // What old libraries lack: null there.
     decltype(&::jack_port_uuid) portUuid = nullptr;
+    decltype(&::jack_port_rename) portRename = nullptr;
+    decltype(&::jack_set_port_rename_callback) setPortRenameCallback = nullptr;
     decltype(&::jack_set_property) setProperty = nullptr;
+    decltype(&::jack_get_property) property = nullptr;
+
+    /// It is PipeWire's, also where that has taken the place of JACK's own. Its ports have aliases of another kind.
+    bool isPipeWires = false;
 
   private:
     JackLibrary() = default;
     bool bindAll(void* handle);
+    bool bindMIDI(void* handle);
+    void bindOptional(void* handle);
 };
 
 }  // namespace zelvane

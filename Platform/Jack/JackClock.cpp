@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Platform/Audio/Devices/Jack/JackClock.h"
+#include "Platform/Jack/JackClock.h"
 
-#include <limits>
+#include <chrono>
 
 namespace zelvane {
 
 void JackClock::measure(const JackLibrary& library) {
     constexpr int kTries = 8;
+    constexpr Duration kCutting = std::chrono::nanoseconds(500);  // half the microsecond to which JACK's time is cut
     Duration narrowest = Duration::max();
     Duration offset{};
     for (int i = 0; i < kTries; ++i) {
@@ -15,10 +16,11 @@ void JackClock::measure(const JackLibrary& library) {
         const TimePoint after = Clock::monotonic().now();
         if (after - before >= narrowest) continue;
         narrowest = after - before;
-        // JACK's time is cut to whole microseconds, half of one on average.
-        offset = before.time_since_epoch() + narrowest / 2 - jackTime - std::chrono::nanoseconds(500);
+        offset = before.time_since_epoch() + narrowest / 2 - jackTime - kCutting;
     }
-    _offset.store(offset.count(), std::memory_order_relaxed);
+    // Mostly it is the same clock; then what was measured is only how well one can measure.
+    const bool isSameClock = std::chrono::abs(offset) <= narrowest / 2 + kCutting;
+    _offset.store(isSameClock ? 0 : offset.count(), std::memory_order_relaxed);
 }
 
 TimePoint JackClock::timePoint(jack_time_t microseconds) const noexcept {

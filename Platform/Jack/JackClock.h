@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "Platform/Audio/Devices/Jack/JackLibrary.h"
 #include "Platform/Foundation/Clock.h"
+#include "Platform/Jack/JackLibrary.h"
 
 #include <atomic>
 
