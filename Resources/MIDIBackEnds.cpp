@@ -2,6 +2,7 @@
 #include "Resources/MIDIBackEnds.h"
 
 #include "Platform/MIDI/Alsa/AlsaBackEnd.h"
+#include "Platform/MIDI/Jack/JackMIDIBackEnd.h"
 
 #include <algorithm>
 
@@ -10,6 +11,7 @@ namespace zelvane {
 std::vector<std::unique_ptr<MIDIBackEnd>> makeMIDIBackEnds(const UserDefaults& defaults) {
     std::vector<std::unique_ptr<MIDIBackEnd>> backEnds;
     backEnds.push_back(std::make_unique<AlsaBackEnd>());
+    backEnds.push_back(std::make_unique<JackMIDIBackEnd>());
     const auto wanted = defaults.string("midiBackend");
     std::erase_if(backEnds, [&](const auto& each) { return wanted && !wanted->empty() && each->name() != *wanted; });
     return backEnds;

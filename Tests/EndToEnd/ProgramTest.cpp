@@ -13,6 +13,7 @@
 namespace zelvane {
 namespace {
 
+using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -45,6 +46,22 @@ TEST(Program, PlaysOnTheNullDeviceAndEndsWithinASecond) {
     EXPECT_EQ(player.terminate(), 0);
 }
 
+TEST(Program, ARecordingIsFinishedWhenThePlayerEnds) {
+    TemporaryFolder folder;
+    const std::string file = folder.path / "take.m4a";
+    RunningPlayer player({"--device", "null", "--record", file});
+    ASSERT_TRUE(player.isListening()) << player.output();
+    player.send({"/om/note", {{6050}, {100}, {300}, {1}}});
+    std::error_code missing;
+    EXPECT_TRUE(waitFor([&] { return std::filesystem::file_size(file, missing) > 0 && !missing; }, 5));
+    EXPECT_EQ(player.terminate(), 0);
+    EXPECT_THAT(player.output(), AllOf(HasSubstr("Zelvane: recorded "), EndsWith(" s to " + file + "\n")));
+    RunningPlayer nowhere({"--device", "null", "--record", folder.path / "no" / "take.m4a"});
+    ASSERT_TRUE(nowhere.isListening());
+    EXPECT_EQ(nowhere.terminate(), 0);
+    EXPECT_THAT(nowhere.output(), HasSubstr("Sorry, unable to record to "));
+}
+
 TEST(Program, ASecondPlayerOnThePortSaysSoAndEndsWithOne) {
     RunningPlayer first({"--device", "null"});
     ASSERT_TRUE(first.isListening());
@@ -68,8 +85,8 @@ TEST(Program, TheCommandLineIsReadAndItsFaultsAreTold) {
     EXPECT_EQ(run({"--version"}), 0);
     EXPECT_EQ(run({"--list-devices"}), 0);
     const std::vector<std::vector<std::string>> faults{
-        {"--frob"}, {"--set"},   {"--set", "=3"}, {"--set", "port"},     {"--device"},
-        {"--midi"}, {"--check"}, {"--send"},      {"--send", "om/note"}, {"stray"}};
+        {"--frob"},  {"--set"},    {"--set", "=3"}, {"--set", "port"},     {"--device"}, {"--midi"},
+        {"--check"}, {"--record"}, {"--send"},      {"--send", "om/note"}, {"stray"}};
     for (const auto& words : faults) EXPECT_EQ(run(words), 2) << words.front();
     EXPECT_EQ(run({"--check", "missing.scl"}), 1);
     const std::string deserted = std::to_string(UdpEar().port());

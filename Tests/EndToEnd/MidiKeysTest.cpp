@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Tests/EndToEnd/TunedKeys.h"
+#include "Tests/Fakes/JackMIDIPeer.h"
+#include "Tests/Fakes/JackServer.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvane {
+namespace {
+
+constexpr const char* kPlayer = "Zelvane MIDI:Zelvane";
+
+void press(JackMIDIPeer& keyboard, int key, bool isDown) {
+    const auto status = static_cast<std::uint8_t>(isDown ? 0x90 : 0x80);
+    keyboard.play({{0, {status, static_cast<std::uint8_t>(key), 100}}});
+}
+
+TEST(MidiKeys, KeysOfAJackClientSoundAsTheScaleSays) {
+    JackServer server;
+    ASSERT_TRUE(server.start());
+    const TenSteps tuning;
+    RunningPlayer player(tuning.options());
+    ASSERT_TRUE(player.isListening()) << player.output();
+    JackCapture capture(60);
+    ASSERT_TRUE(waitFor([&] { return capture.connect(); }, 5));
+    JackMIDIPeer keyboard("keyboard", {"keys"});
+    ASSERT_TRUE(waitFor([&] { return keyboard.connect("keyboard:keys", kPlayer); }, 5)) << player.output();
+    tuning.expectKeys(player, capture, [&](int key, bool isDown) { press(keyboard, key, isDown); });
+    EXPECT_EQ(player.terminate(), 0);
+}
+
+TEST(MidiKeys, AKeyboardThatIsPulledOutWithAKeyDownLeavesNoNote) {
+    JackServer server;
+    ASSERT_TRUE(server.start());
+    auto keyboard = std::make_unique<JackMIDIPeer>("keyboard", std::vector<std::string>{"keys"});
+    RunningPlayer player({"--midi", "keyboard keys"});
+    ASSERT_TRUE(player.isListening()) << player.output();
+    JackCapture capture(60);
+    ASSERT_TRUE(waitFor([&] { return capture.connect(); }, 5));
+    hearNote(
+        capture, 0.5, [&] { press(*keyboard, 60, true); }, [&] { keyboard.reset(); });
+    // It is known again when it returns.
+    keyboard = std::make_unique<JackMIDIPeer>("keyboard", std::vector<std::string>{"keys"});
+    ASSERT_TRUE(waitFor([&] { return !keyboard->connections("keyboard:keys").empty(); }, 5)) << player.output();
+    hearNote(
+        capture, 0.5, [&] { press(*keyboard, 62, true); }, [&] { press(*keyboard, 62, false); });
+    EXPECT_EQ(player.terminate(), 0);
+}
+
+}  // namespace
+}  // namespace zelvane
