@@ -5,6 +5,12 @@
 
 namespace zelvane {
 
+namespace {
+
+constexpr const char* kSocket = "pipewire-0";
+
+}  // namespace
+
 PipeWireServer::PipeWireServer() {
     for (const auto& [name, value] : environment()) {
         if (name.starts_with("PIPEWIRE_")) setenv(name.c_str(), value.c_str(), 1);
@@ -13,7 +19,7 @@ PipeWireServer::PipeWireServer() {
 
 bool PipeWireServer::start() {
     _server.emplace(std::vector<std::string>{"pipewire"}, environment());
-    if (!waitFor([this] { return std::filesystem::exists(_folder.path / "pipewire-0"); }, 10)) return false;
+    if (!waitFor([this] { return std::filesystem::exists(_folder.path / kSocket); }, 10)) return false;
     _sessionManager.emplace(std::vector<std::string>{"dbus-run-session", "--", "wireplumber"}, environment());
     return ChildProcess::run({"pw-cli", "info", "0"}, environment());
 }
@@ -22,6 +28,7 @@ void PipeWireServer::kill() {
     _server.reset();
     // It ends by itself with the server, and its bus with it; killed, it would leave the bus behind.
     if (_sessionManager) _sessionManager->wait();
+    std::filesystem::remove(_folder.path / kSocket);  // or it would be taken for the next server's
 }
 
 bool PipeWireServer::addSink(const std::string& name, const std::string& description) {

@@ -213,6 +213,8 @@ void JackMIDISwitchboard::waitForWire(const jack_port_t* from, const std::string
     wait([&] { return library.portConnectedTo(from, to.c_str()) != 0; });
     const std::uint64_t cycle = _queues.cycles.load(std::memory_order_acquire);
     wait([&] { return _queues.cycles.load(std::memory_order_acquire) >= cycle + 2; });
+    // PipeWire shows a wire before it carries, and does not tell when it does.
+    if (library.isPipeWires) std::this_thread::sleep_for(std::chrono::milliseconds(50));
 }
 
 void JackMIDISwitchboard::forgetGoneDestinations() {
