@@ -17,7 +17,7 @@ std::optional<std::vector<std::int32_t>> decodeAudioFile(const std::filesystem::
     if (!ChildProcess::run(command, {}, output)) return std::nullopt;
     const std::string bytes = TemporaryFolder::read(output);
     std::vector<std::int32_t> samples(bytes.size() / sizeof(std::int32_t));
-    std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(std::int32_t));
+    if (!samples.empty()) std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(std::int32_t));
     return samples;
 }
 
@@ -37,17 +37,17 @@ std::map<std::string, std::string> probeAudioFile(const std::filesystem::path& f
     return values;
 }
 
-std::vector<std::string> boxesOfFile(const std::filesystem::path& file) {
+std::vector<FileBox> boxesOfFile(const std::filesystem::path& file) {
     const std::string bytes = TemporaryFolder::read(file);
-    std::vector<std::string> types;
+    std::vector<FileBox> boxes;
     for (std::size_t place = 0; place + 8 <= bytes.size();) {
         std::size_t size = 0;
         for (std::size_t i = 0; i < 4; ++i) size = size << 8U | static_cast<unsigned char>(bytes[place + i]);
-        types.push_back(bytes.substr(place + 4, 4));
+        boxes.push_back({bytes.substr(place + 4, 4), place, size});
         if (size < 8) break;
         place += size;
     }
-    return types;
+    return boxes;
 }
 
 }  // namespace zelvane

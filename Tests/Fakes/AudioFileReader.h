@@ -18,7 +18,14 @@ std::optional<std::vector<std::int32_t>> decodeAudioFile(const std::filesystem::
 /// open the file.
 std::map<std::string, std::string> probeAudioFile(const std::filesystem::path& file);
 
-/// The types of the boxes that an MP4 file consists of, in their order.
-std::vector<std::string> boxesOfFile(const std::filesystem::path& file);
+/// One of the boxes that an MP4 file consists of.
+struct FileBox {
+    std::string type;
+    std::size_t place = 0;
+    std::size_t size = 0;
+};
+
+/// In their order.
+std::vector<FileBox> boxesOfFile(const std::filesystem::path& file);
 
 }  // namespace zelvane
