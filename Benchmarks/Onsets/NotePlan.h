@@ -18,8 +18,8 @@ inline constexpr unsigned kSampleRate = 48000;
 using NotePlan = std::vector<std::chrono::microseconds>;
 
 inline NotePlan irregularPlan(std::size_t notes, std::uint32_t seed) {
-    constexpr int kShortest = 25'000;
-    constexpr int kLongest = 75'000;
+    constexpr int kShortest = 40'000;
+    constexpr int kLongest = 90'000;
     std::mt19937 random(seed);
     std::uniform_int_distribution<int> gap(kShortest, kLongest);
     NotePlan plan;
