@@ -34,8 +34,10 @@ struct Candidate {
     Performer (*make)();
 };
 
-constexpr std::array<Candidate, 3> kCandidates{
-    {{"stream", streamPerformer}, {"live", livePerformer}, {"fluidsynth", fluidSynthPerformer}}};
+constexpr std::array<Candidate, 4> kCandidates{{{"stream", streamPerformer},
+                                                {"live", livePerformer},
+                                                {"keys", midiKeysPerformer},
+                                                {"fluidsynth", fluidSynthPerformer}}};
 
 bool connect(const JackServer& server, const Performer& performer, JackCapture& ear) {
     return performer.leftPort == "Zelvane:" ? ear.connect()
