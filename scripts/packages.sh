@@ -43,6 +43,10 @@ machine qemu-system-x86     cmd:qemu-system-x86_64               the virtual mac
 machine cpio                cmd:cpio                             packs its first files
 machine kmod                file:/usr/sbin/modprobe,/sbin/modprobe  finds the kernel's modules
 machine alsa-utils          cmd:aconnect                         clients of the sequencer that are not ours
+
+bench  liblo-dev            pc:liblo                             an OSC library to compare with
+bench  fluidsynth           cmd:fluidsynth                       a program to compare with
+bench  valgrind             cmd:valgrind                         counts instructions
 END
 )
 

@@ -2,6 +2,7 @@
 
 // How many messages a second the player reads and dispatches, beside liblo on the same bytes.
 
+#include "Benchmarks/Common/CoreTime.h"
 #include "Benchmarks/Common/Require.h"
 #include "Benchmarks/Common/Statistics.h"
 #include "Benchmarks/OSC/LibloSubjects.h"
@@ -18,22 +19,22 @@ constexpr int kBatch = 500;
 constexpr int kBatches = 400;
 constexpr int kRounds = 15;
 
-Duration timeOfBatch(const Subject& subject, Bytes& bytes) {
-    const TimePoint start = Clock::monotonic().now();
+double secondsOfBatch(const Subject& subject, Bytes& bytes) {
+    const double start = coreSeconds();
     int read = 0;
     for (int message = 0; message < kBatch; ++message) read += subject.read(bytes);
-    const Duration spent = Clock::monotonic().now() - start;
+    const double spent = coreSeconds() - start;
     require(read == kBatch, subject.name + " does not understand the message");
     return spent;
 }
 
 double messagesPerSecond(const Subject& subject, Bytes& bytes) {
-    std::chrono::duration<double> spent{};
+    double spent = 0;
     for (int batch = 0; batch < kBatches; ++batch) {
-        spent += timeOfBatch(subject, bytes);
+        spent += secondsOfBatch(subject, bytes);
         if (subject.rest) subject.rest();
     }
-    return kBatch * kBatches / spent.count();
+    return kBatch * kBatches / spent;
 }
 
 /// The rounds of all subjects alternate, so that a change of the machine's pace meets them alike.

@@ -4,6 +4,7 @@
 #include "Platform/OSC/OSCPacket.h"
 #include "Sources/Zelvane/MIDIDecoder/ScalaController/ScalaController.h"
 #include "Sources/Zelvane/OSCDecoder/OSCDecoder.h"
+#include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/PlayerRig.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 
@@ -37,6 +38,7 @@ class Dispatcher {
     }
 
   private:
+    LogLines _log;  // which tells nothing here
     PlayerRig _rig{std::make_unique<RecordingProvider>()};
     TemporaryFolder _folder;
     UserDefaults _defaults{_folder.path / "defaults.plist"};

@@ -4,11 +4,13 @@
 #include "Benchmarks/Common/FluidSynthProgram.h"
 #include "Benchmarks/Common/Require.h"
 #include "Tests/EndToEnd/RunningPlayer.h"
+#include "Tests/Fakes/JackMIDIPeer.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 #include "Tests/Fakes/TinySoundFont.h"
 
 #include <numeric>
 #include <thread>
+#include <utility>
 
 namespace zelvane {
 
@@ -27,8 +29,8 @@ std::int32_t midicOf(std::size_t note) {
     return 6000 + 10 * (static_cast<std::int32_t>(note) % kTenths);
 }
 
-std::shared_ptr<RunningPlayer> clickingPlayer() {
-    auto player = std::make_shared<RunningPlayer>();
+std::shared_ptr<RunningPlayer> clickingPlayer(const std::vector<std::string>& options = {}) {
+    auto player = std::make_shared<RunningPlayer>(options);
     require(player->isListening(), "the player does not listen: " + player->output());
     player->send({"/om/pgm", {{kClick}, {1}}});
     return player;
@@ -64,6 +66,27 @@ std::vector<TimePoint> queueStream(const RunningPlayer& player, const NotePlan& 
     return due;
 }
 
+/// Keys go down and up at frames of JACK, which are also what the places are counted in.
+std::vector<TimePoint> pressKeys(JackMIDIPeer& keyboard, const NotePlan& plan) {
+    const auto frameAt = [](Duration place) {
+        return static_cast<std::uint32_t>(std::chrono::duration<double>(place).count() * kSampleRate);
+    };
+    std::vector<TimePoint> due;
+    std::vector<JackMIDIPeer::Planned> events;
+    Duration place = kLead;
+    for (const auto sinceThisOne : plan) {
+        const std::uint32_t frame = frameAt(place);
+        due.push_back(TimePoint(secondsToDuration(frame / double{kSampleRate})));
+        events.push_back({frame, {0x90, 60, 100}});
+        events.push_back({frameAt(place + milliseconds(kLength)), {0x80, 60, 0}});
+        place += sinceThisOne;
+    }
+    keyboard.play(std::move(events));
+    const double patience = std::chrono::duration<double>(place).count() + 5;
+    require(waitFor([&] { return keyboard.isDone(); }, patience), "the keyboard does not get to its end");
+    return due;
+}
+
 }  // namespace
 
 Performer streamPerformer() {
@@ -81,6 +104,15 @@ Performer livePerformer() {
                     player->send({"/om/note", {{midicOf(note)}, {100}, {kLength}, {1}}});
                 });
             }};
+}
+
+Performer midiKeysPerformer() {
+    const auto player = clickingPlayer({"--set", "midiBackend=jack"});
+    const auto keyboard = std::make_shared<JackMIDIPeer>("keyboard", std::vector<std::string>{"keys"});
+    const auto connect = [&] { return keyboard->connect("keyboard:keys", "Zelvane MIDI:Zelvane"); };
+    require(keyboard->isOpen() && waitFor(connect, 5), "the player has no MIDI port: " + player->output());
+    return {"Zelvane, MIDI keys",
+            "Zelvane:", [player, keyboard](const NotePlan& plan) { return pressKeys(*keyboard, plan); }};
 }
 
 Performer fluidSynthPerformer() {

@@ -23,6 +23,8 @@ struct Performer {
 Performer streamPerformer();
 /// The same, each note sent when it is due.
 Performer livePerformer();
+/// The same, played by keys of another client of JACK, each pressed at a frame of that client's choice.
+Performer midiKeysPerformer();
 /// The program `fluidsynth` with the same click, each note sent when it is due.
 Performer fluidSynthPerformer();
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Benchmarks/Common/CoreTime.h"
 #include "Platform/Audio/FlushToZero.h"
 #include "Platform/Audio/Instruments/SoundFont/SoundFontFile.h"
 #include "Platform/Audio/Instruments/SoundFont/SoundFontInstrument.h"
@@ -11,7 +12,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -43,13 +43,6 @@ std::vector<Note> chord() {
 
 double now() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-/// Time that this thread had a core, so that other programs don't count.
-double coreSeconds() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 /// Memory of this process that is its own, in MB.

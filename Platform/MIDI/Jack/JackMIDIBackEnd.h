@@ -38,7 +38,7 @@ class JackMIDIBackEnd final : public MIDIBackEnd {
     void keepClient();
     void reportLosses();
 
-    WakeUp _keeperWakeUp;  // outlives the clients, which post it when they die
+    WakeUp _keeperWakeUp;                             // outlives the clients, which post it when they die
     const std::unique_ptr<JackLibraries> _libraries;  // used by the keeper, once it runs
     const std::unique_ptr<JackMIDIQueues> _queues;
     const std::unique_ptr<JackMIDISwitchboard> _switchboard;

@@ -4,8 +4,8 @@
 #include "Platform/Audio/FlushToZero.h"
 #include "Platform/Audio/RealtimeScope.h"
 #include "Platform/Foundation/Thread.h"
-#include "Platform/Jack/Uncancelled.h"
 #include "Platform/Jack/ScopedBrokenPipeBlock.h"
+#include "Platform/Jack/Uncancelled.h"
 
 #include <algorithm>
 
