@@ -23,7 +23,7 @@ class DecodingPlayer {
     static Duration timeOfBlock();
     TimePoint now() const { return _rig.clock.now(); }
 
-    void take(MIDIPacketList packets) { _decoder.processMIDIPacketList(packets, _keyboard); }
+    void take(MIDIPacketList packets) { _decoder->processMIDIPacketList(packets, _keyboard); }
     /// The messages that are due go to the units, and a block of all ten is rendered.
     void renderBlock() { _rig.renderBlock(); }
 
@@ -44,7 +44,8 @@ class DecodingPlayer {
     UserDefaults _defaults{_folder.path / "defaults.plist"};
     AudioEngine _engine{_rig.loop, _rig.platform, _rig.application};
     IdleChecker _checker;
-    MIDIDecoder _decoder{{_engine, _rig.loop, _rig.application, _defaults, _checker}};
+    std::shared_ptr<MIDIDecoder> _decoder = std::make_shared<MIDIDecoder>(
+        MIDIDecoder::Collaborators{_engine, _rig.loop, _rig.application, _defaults, _checker});
     PYMIDIEndpoint _keyboard{"keyboard", 1};
 };
 

@@ -14,7 +14,7 @@ Zelvane::Zelvane(RunLoop& playerThread, AudioPlatform& platform, Application& ap
     setIsListening(false);
     _audioEngine = std::make_unique<AudioEngine>(playerThread, platform, application);
     newOSCDecoder();
-    _midiDecoder = std::make_unique<MIDIDecoder>(
+    _midiDecoder = std::make_shared<MIDIDecoder>(
         MIDIDecoder::Collaborators{*_audioEngine, _playerThread, _application, _defaults, *this});
     setUpMIDI();
     restoreMidiTuning();

@@ -111,7 +111,7 @@ class Zelvane : public StatusChecker {
     ScalaController _scala;
     std::unique_ptr<AudioEngine> _audioEngine;
     std::shared_ptr<OSCDecoder> _oscDecoder;
-    std::unique_ptr<MIDIDecoder> _midiDecoder;
+    std::shared_ptr<MIDIDecoder> _midiDecoder;
     std::filesystem::path _outputFileUrl;
     bool _soundfontIsChanged = false;
     bool _midiEnable = false;

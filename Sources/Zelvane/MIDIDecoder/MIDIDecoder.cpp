@@ -25,14 +25,17 @@ void MIDIDecoder::checkStatus() {
 }
 
 void MIDIDecoder::send(std::span<const std::uint8_t> message, TimePoint arrival) {
-    _playerThread.performAt(arrival, [this, object = MidiMessageObject(message)] { delayMidiMessageObject(object); });
+    _playerThread.performAt(arrival, [weak = weak_from_this(), object = MidiMessageObject(message)] {
+        if (const auto self = weak.lock()) self->delayMidiMessageObject(object);
+    });
 }
 
 // Live notes get the delay of the recorder's tap too, so that what is recorded is what was heard.
 void MIDIDecoder::delayMidiMessageObject(const MidiMessageObject& object) {
     const Duration latency = secondsToDuration(_audioEngine.recorderLatency());
-    _playerThread.performAfter(
-        latency, [this, object = MidiMessageObject(object)]() mutable { handleMidiMessageObject(object); });
+    _playerThread.performAfter(latency, [weak = weak_from_this(), object = MidiMessageObject(object)]() mutable {
+        if (const auto self = weak.lock()) self->handleMidiMessageObject(object);
+    });
 }
 
 void MIDIDecoder::handleMidiMessageObject(MidiMessageObject& object) {

@@ -9,6 +9,7 @@
 #include "Sources/Zelvane/StatusChecker.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 
 namespace zelvane {
@@ -16,8 +17,8 @@ namespace zelvane {
 class AudioEngine;
 
 /// Turns MIDI that comes in into notes, each key at the pitch that its own tuning gives it; all other messages go to
-/// the units as they are. It outlives the player thread's work.
-class MIDIDecoder final : public PYMIDIReceiver {
+/// the units as they are. What it has queued when it goes is dropped.
+class MIDIDecoder final : public PYMIDIReceiver, public std::enable_shared_from_this<MIDIDecoder> {
   public:
     struct Collaborators {
         AudioEngine& audioEngine;
