@@ -25,6 +25,13 @@ class LogLines {
         return _lines;
     }
 
+    /// Those of one class.
+    std::vector<std::string> of(const std::string& owner) const {
+        std::vector<std::string> lines = all();
+        std::erase_if(lines, [&](const std::string& line) { return !line.starts_with(owner + ":"); });
+        return lines;
+    }
+
   private:
     mutable std::mutex _mutex;
     std::vector<std::string> _lines;

@@ -166,8 +166,9 @@ TEST(OSCDecoder, WhatIsMalformedIsLoggedAndMakesNoSound) {
         rig.sendAt(10ms, message);
         rig.sendAt(20ms, "/vesk.µq/start");
         rig.rig.renderUntil(100ms);
-        ASSERT_THAT(log.all(), SizeIs(1)) << expected;
-        EXPECT_TRUE(expected.empty() || log.all().front() == expected) << log.all().front();
+        const auto lines = log.of("OSCDecoder");
+        ASSERT_THAT(lines, SizeIs(1)) << expected;
+        EXPECT_TRUE(expected.empty() || lines.front() == expected) << lines.front();
         EXPECT_THAT(rig.notes(), IsEmpty());
     }
 }
@@ -182,7 +183,7 @@ TEST(OSCDecoder, BundlesAreDispatchedInOrderAndNotOpenedFurther) {
     std::vector<int> keys;
     for (const auto& event : rig.notes()) keys.push_back(event.data1);
     EXPECT_THAT(keys, ElementsAre(60, 61, 62));
-    EXPECT_THAT(log.all(), SizeIs(1));
+    EXPECT_THAT(log.of("OSCDecoder"), SizeIs(1));
 }
 
 TEST(OSCDecoder, NothingIsHeardWhileItDoesNotListenOrAUnitIsMissing) {
@@ -196,7 +197,7 @@ TEST(OSCDecoder, NothingIsHeardWhileItDoesNotListenOrAUnitIsMissing) {
     rig.sendAt(60ms, {"/om/note", {i(6000), i(1), i(1), i(1)}});
     rig.rig.renderUntil(100ms);
     EXPECT_THAT(rig.notes(), IsEmpty());
-    EXPECT_THAT(log.all(), IsEmpty());
+    EXPECT_THAT(log.of("OSCDecoder"), IsEmpty());
     EXPECT_EQ(rig.checker.checks, 0);
 }
 

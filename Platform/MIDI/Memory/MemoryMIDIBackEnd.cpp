@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/MIDI/Memory/MemoryMIDIBackEnd.h"
 
+#include "Platform/Foundation/RunLoop.h"
+
 #include <algorithm>
 
 namespace zelvane {
@@ -25,7 +27,7 @@ void MemoryMIDIBackEnd::unplug(const std::string& address) {
 
 void MemoryMIDIBackEnd::endNotes(MIDILineID id, Line& line) {
     const auto endings = line.notes.takeEndings();
-    const MIDIPacket packet{Clock::monotonic().now(), endings};
+    const MIDIPacket packet{RunLoop::now(), endings};
     if (!endings.empty()) _listener->received(id, {&packet, 1});
 }
 
