@@ -42,7 +42,7 @@ class WakeUp {
         }
     }
 
-    sem_t _semaphore;
+    sem_t _semaphore{};
 };
 
 }  // namespace zelvane

@@ -13,6 +13,9 @@ namespace zelvane {
 
 namespace {
 
+/// A wire that was just made carries from one of the next cycles on, a few later if the server is held up.
+constexpr jack_nframes_t kCyclesBefore = 8;
+
 void setAlias(const JackLibrary& library, jack_port_t* port, const std::string& alias) {
     Dl_info info{};
     dladdr(reinterpret_cast<const void*>(library.clientOpen), &info);
@@ -122,7 +125,7 @@ int JackMIDIPeer::process(jack_nframes_t frames) noexcept {
 void JackMIDIPeer::write(jack_nframes_t frames, jack_nframes_t cycleFrame, TimePoint start) {
     const JackLibrary& library = _client->library();
     for (jack_port_t* port : _outputs) library.midiClearBuffer(library.portBuffer(port, frames));
-    if (std::exchange(_isPlanNew, false)) _planStart = cycleFrame;
+    if (std::exchange(_isPlanNew, false)) _planStart = cycleFrame + kCyclesBefore * frames;
     const double rate = library.sampleRate(_client->handle());
     while (_planned < _plan.size() && _plan[_planned].frame + _planStart < cycleFrame + frames) {
         const Planned& planned = _plan[_planned++];

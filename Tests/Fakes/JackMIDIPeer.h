@@ -17,7 +17,7 @@ class JackMIDIPeer {
   public:
     using Bytes = std::vector<std::uint8_t>;
     struct Planned {
-        std::uint32_t frame;  ///< from the begin of the next cycle on
+        std::uint32_t frame;  ///< from the begin of a cycle that comes soon on
         Bytes bytes;
     };
     struct Event {

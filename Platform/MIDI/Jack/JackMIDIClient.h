@@ -20,8 +20,8 @@ class JackMIDIClient {
     /// What the server told of.
     struct News {
         enum class Kind { portCame, portWent, portRenamed, connected, disconnected };
-        Kind kind;
-        jack_port_id_t port;
+        Kind kind = Kind::portCame;
+        jack_port_id_t port = 0;
         jack_port_id_t otherPort = 0;  // of a connection
     };
 

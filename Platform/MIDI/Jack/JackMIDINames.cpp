@@ -40,7 +40,9 @@ std::optional<JackMIDINames> bridgeNames(std::string_view client, std::string_vi
     const std::size_t number = port.find(kNumberBegin);
     const std::size_t numberEnd = port.find("] (", number);
     const std::size_t name = port.find("): ", numberEnd);
-    if (!client.starts_with("a2j") || number == port.npos || numberEnd == port.npos || name == port.npos) return {};
+    if (!client.starts_with("a2j") || number == std::string_view::npos || numberEnd == std::string_view::npos ||
+        name == std::string_view::npos)
+        return {};
     const std::string_view digits = port.substr(number + kNumberBegin.size(), numberEnd - number - kNumberBegin.size());
     if (!std::ranges::all_of(digits, [](unsigned char each) { return std::isdigit(each) != 0; })) return {};
     const std::string device(port.substr(0, number));

@@ -19,12 +19,12 @@ namespace zelvane {
 class JackMIDIProcess {
   public:
     struct Input {
-        MIDILineID line;
-        jack_port_t* port;
+        MIDILineID line = 0;
+        jack_port_t* port = nullptr;
     };
     struct Output {
-        std::uint32_t number;
-        jack_port_t* port;
+        std::uint32_t number = 0;
+        jack_port_t* port = nullptr;
         void* buffer = nullptr;  // this cycle's
         bool isEmpty = true;
     };

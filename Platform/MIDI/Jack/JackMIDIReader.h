@@ -52,7 +52,7 @@ class JackMIDIReader {
     struct Inbox {
         struct Packet {
             TimePoint time;
-            std::size_t size;
+            std::size_t size = 0;
         };
         MessageAssembler assembler;
         SoundingNotes notes;
