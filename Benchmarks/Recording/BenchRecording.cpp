@@ -43,13 +43,12 @@ std::vector<std::vector<float>> makeMusic(const Format& format) {
     std::mt19937 random(1);
     std::normal_distribution<float> noise(0, 0.002F);
     std::vector<std::vector<float>> channels(format.channels);
-    for (std::size_t channel = 0; channel < channels.size(); ++channel)
+    for (auto& channel : channels)
         for (double frame = 0; frame < 10 * format.rate; ++frame) {
             const double time = frame / format.rate;
             const double pitch = 2 * M_PI * time * 220 * (1 + std::floor(std::fmod(time, 8)) / 4);
             const double tone = std::sin(pitch) + 0.5 * std::sin(2.01 * pitch) + 0.2 * std::sin(6 * pitch);
-            channels[channel].push_back(static_cast<float>(0.4 * std::exp(-2 * std::fmod(time, 1)) * tone) +
-                                        noise(random));
+            channel.push_back(static_cast<float>(0.4 * std::exp(-2 * std::fmod(time, 1)) * tone) + noise(random));
         }
     return channels;
 }

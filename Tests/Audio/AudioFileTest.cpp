@@ -226,11 +226,14 @@ TEST(AudioFile, SoundThatComesAtAnotherRateOrChannelCountStaysInTime) {
     EXPECT_EQ(probeAudioFile(path)["duration_ts"], std::to_string(parts.size() * 48000));
     const auto decoded = decodeAudioFile(path);
     ASSERT_TRUE(decoded);
-    for (std::size_t second = 0; second < parts.size(); ++second)
-        for (const std::size_t channel : {0U, 1U})
+    for (std::size_t second = 0; second < parts.size(); ++second) {
+        for (const std::size_t channel : {0U, 1U}) {
             EXPECT_NEAR(static_cast<double>(onsetAfter(*decoded, 48000 * second + 4800, channel)),
                         static_cast<double>(48000 * second + 24000), 1)
                 << second;
+            EXPECT_NEAR(asFloat((*decoded)[2 * (48000 * second + 47990) + channel]), 0.8F, 0.05F) << second;
+        }
+    }
 }
 
 TEST(AudioFile, APairIsMixedForALoneChannel) {

@@ -136,6 +136,8 @@ TEST(RecordingCrash, WhatFitsOnAFullDiskIsKept) {
     // 200 kB a second at the most, and no fragment that is longer.
     EXPECT_GT(fs::file_size(copy), 800000U);
     EXPECT_EQ(std::to_string(wholeFrames(copy)), outcome["frames"]);
+    const FileBox last = boxesOfFile(copy).back();
+    EXPECT_EQ(last.place + last.size, fs::file_size(copy));
 }
 
 TEST(RecordingCrash, AWriteErrorEndsTheRecordingAndKeepsWhatWasWritten) {

@@ -78,17 +78,19 @@ void FragmentFile::write(std::span<const std::byte> bytes, off_t place) {
     while (!bytes.empty()) {
         const ssize_t written = ::pwrite(_file.number(), bytes.data(), bytes.size(), place);
         if (written < 0 && errno == EINTR) continue;
-        if (written < 0) undo("could not write on it");
+        if (written < 0) {
+            const int number = errno;
+            undo();
+            throw RecordingError(number, "could not write on it");
+        }
         bytes = bytes.subspan(static_cast<std::size_t>(written));
         place += written;
     }
 }
 
-void FragmentFile::undo(const char* what) {
-    const RecordingError error = RecordingError::last(what);
-    // Where even that fails, what was begun stays, as free space.
-    if (::ftruncate(_file.number(), _size) != 0) throw error;
-    throw error;
+/// Cuts off what was begun. Where even that fails it stays, as free space.
+void FragmentFile::undo() {
+    [[maybe_unused]] const int result = ::ftruncate(_file.number(), _size);
 }
 
 }  // namespace zelvane

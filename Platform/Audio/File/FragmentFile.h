@@ -32,7 +32,7 @@ class FragmentFile {
 
   private:
     void write(std::span<const std::byte> bytes, off_t place);
-    [[noreturn]] void undo(const char* what);
+    void undo();
 
     NamelessFile _file;
     const std::function<void()> _beforeWrite;

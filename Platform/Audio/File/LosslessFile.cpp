@@ -67,6 +67,8 @@ void LosslessFile::commit() {
 }
 
 bool LosslessFile::makeOrdinary() {
+    FileIdentity present;
+    if (!findIdentity(_target, present) || present != _file.file().identity()) return false;
     try {
         NamelessFile ordinary(_target);
         remux(_file.file().number(), ordinary.number(), _encoder.parameters(), _tags, _committed);

@@ -69,9 +69,7 @@ void NamelessFile::open() {
     _hiddenName = hiddenNameBeside(_target);
     _descriptor = FileDescriptor(::open(_hiddenName.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kEverybody));
     if (_descriptor.isOpen()) return;
-    const RecordingError error = RecordingError::last("could not create it");
-    _hiddenName.clear();
-    throw error;
+    throw RecordingError::last("could not create it");
 }
 
 FileIdentity NamelessFile::identity() const {

@@ -14,8 +14,8 @@ namespace {
 /// Reads the packets of a file.
 class PacketReader {
   public:
-    explicit PacketReader(int descriptor) : _io(descriptor, DescriptorIO::Direction::read) {
-        _context = avformat_alloc_context();
+    explicit PacketReader(int descriptor)
+        : _io(descriptor, DescriptorIO::Direction::read), _context(avformat_alloc_context()) {
         if (_context == nullptr) throw std::bad_alloc();
         _context->pb = _io.context();
         // It frees the context when it fails.
@@ -35,7 +35,7 @@ class PacketReader {
 
   private:
     DescriptorIO _io;
-    AVFormatContext* _context = nullptr;
+    AVFormatContext* _context;
 };
 
 /// The index has a size for each packet and a place for each few; it is written last into room that is kept for it.
