@@ -45,9 +45,9 @@ int JackMIDIProcess::process(jack_nframes_t frames) noexcept {
     const RealtimeScope realtime;
     _entered.fetch_add(1, std::memory_order_seq_cst);
     Ports& ports = *_ports.load(std::memory_order_seq_cst);
-    const TimePoint start = cycleStart();
+    const Cycle now = cycle(frames);
     bool hasNews = false;
-    for (const Input& input : ports.inputs) hasNews = takeIn(input, frames, start) || hasNews;
+    for (Input& input : ports.inputs) hasNews = takeIn(input, now) || hasNews;
     giveOut(ports, frames);
     _left.fetch_add(1, std::memory_order_release);
     _queues.cycles.fetch_add(1, std::memory_order_release);
@@ -58,28 +58,50 @@ int JackMIDIProcess::process(jack_nframes_t frames) noexcept {
     return 0;
 }
 
-TimePoint JackMIDIProcess::cycleStart() const noexcept {
+JackMIDIProcess::Cycle JackMIDIProcess::cycle(jack_nframes_t frames) noexcept {
     jack_nframes_t frame = 0;
     jack_time_t start = 0;
     jack_time_t next = 0;
     float period = 0;
     const bool isTold = _library.cycleTimes(_client.handle(), &frame, &start, &next, &period) == 0;
-    return _clock.timePoint(isTold ? start : _library.time());
+    const bool isRepeated = isTold && _lastFrame == frame;
+    _lastFrame.reset();
+    if (isTold) _lastFrame = frame;
+    return {frames, _clock.timePoint(isTold ? start : _library.time()), isRepeated};
 }
 
-bool JackMIDIProcess::takeIn(const Input& input, jack_nframes_t frames, TimePoint start) noexcept {
-    void* buffer = _library.portBuffer(input.port, frames);
+/// A server that is held up may run a cycle again, in which the sender has written nothing new, or has finished what it
+/// was at the first time: what was taken then is passed over.
+bool JackMIDIProcess::takeIn(Input& input, const Cycle& cycle) noexcept {
+    void* buffer = _library.portBuffer(input.port, cycle.frames);
     if (buffer == nullptr) return false;
     bool hasNews = false;
     const std::uint32_t count = _library.midiEventCount(buffer);
-    for (std::uint32_t i = 0; i < count; ++i) {
+    const bool isKnown =
+        cycle.isRepeated && count >= input.count && fingerprint(buffer, input.count) == input.fingerprint;
+    for (std::uint32_t i = isKnown ? input.count : 0; i < count; ++i) {
         jack_midi_event_t event{};
         if (_library.midiEvent(&event, buffer, i) != 0 || isIgnored(event)) continue;
-        hasNews = takeIn(event, input.line, start) || hasNews;
+        hasNews = takeIn(event, input.line, cycle.start) || hasNews;
     }
+    input.count = count;
+    input.fingerprint = fingerprint(buffer, count);
     const std::uint32_t lost = _library.midiLostEventCount(buffer);
     if (lost > 0) _queues.lostInPorts.fetch_add(lost, std::memory_order_relaxed);
     return hasNews;
+}
+
+/// Of the first events of a port: FNV-1a.
+std::uint64_t JackMIDIProcess::fingerprint(void* buffer, std::uint32_t count) const noexcept {
+    std::uint64_t value = 0xCBF29CE484222325U;
+    const auto add = [&value](std::uint32_t number) { value = (value ^ number) * 0x100000001B3U; };
+    for (std::uint32_t i = 0; i < count; ++i) {
+        jack_midi_event_t event{};
+        if (_library.midiEvent(&event, buffer, i) != 0) continue;
+        add(event.time);
+        for (std::size_t place = 0; place < event.size; ++place) add(event.buffer[place]);
+    }
+    return value;
 }
 
 bool JackMIDIProcess::takeIn(const jack_midi_event_t& event, MIDILineID line, TimePoint start) noexcept {

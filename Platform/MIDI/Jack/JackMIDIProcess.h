@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -21,6 +22,8 @@ class JackMIDIProcess {
     struct Input {
         MIDILineID line = 0;
         jack_port_t* port = nullptr;
+        std::uint32_t count = 0;        // of events in the last cycle
+        std::uint64_t fingerprint = 0;  // of these
     };
     struct Output {
         std::uint32_t number = 0;
@@ -28,7 +31,7 @@ class JackMIDIProcess {
         void* buffer = nullptr;  // this cycle's
         bool isEmpty = true;
     };
-    /// The ports that the callback knows, changed as a whole. The outputs' state is the callback's.
+    /// The ports that the callback knows, changed as a whole. Their state is the callback's.
     struct Ports {
         std::vector<Input> inputs;
         std::vector<Output> outputs;
@@ -43,9 +46,16 @@ class JackMIDIProcess {
     void measureClock() { _clock.measure(_library); }
 
   private:
+    struct Cycle {
+        jack_nframes_t frames = 0;
+        TimePoint start;
+        bool isRepeated = false;
+    };
+
     int process(jack_nframes_t frames) noexcept;
-    TimePoint cycleStart() const noexcept;
-    bool takeIn(const Input& input, jack_nframes_t frames, TimePoint start) noexcept;
+    Cycle cycle(jack_nframes_t frames) noexcept;
+    bool takeIn(Input& input, const Cycle& cycle) noexcept;
+    std::uint64_t fingerprint(void* buffer, std::uint32_t count) const noexcept;
     bool takeIn(const jack_midi_event_t& event, MIDILineID line, TimePoint start) noexcept;
     void giveOut(Ports& ports, jack_nframes_t frames) noexcept;
     bool giveOut(Ports& ports, const JackMIDIRing::Event& event) noexcept;
@@ -55,6 +65,7 @@ class JackMIDIProcess {
     const double _nanosecondsPerFrame;
     JackMIDIQueues& _queues;
     JackClock _clock;
+    std::optional<jack_nframes_t> _lastFrame;  // the callback's
 
     std::unique_ptr<Ports> _owned;
     std::atomic<Ports*> _ports;              // written by who changes them, read by the callback
