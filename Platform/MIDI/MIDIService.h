@@ -76,14 +76,14 @@ class MIDIService final : public MIDIBackEndListener {
         void* sourceContext = nullptr;
     };
     struct Connection {
-        MIDIObjectRef port;
-        MIDIObjectRef source;
-        MIDILineID line;
+        MIDIObjectRef port = 0;
+        MIDIObjectRef source = 0;
+        MIDILineID line = 0;
     };
     /// An endpoint of others: how to reach it, and by which key its unique ID is kept.
     struct External {
         MIDIPortDescription description;
-        MIDIObjectRef endpoint;
+        MIDIObjectRef endpoint = 0;
     };
 
     static std::size_t index(MIDIDirection direction) { return direction == MIDIDirection::source ? 0 : 1; }
