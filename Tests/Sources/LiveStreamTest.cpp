@@ -2,6 +2,7 @@
 #include "Platform/Audio/Devices/Null/NullBackEnd.h"
 #include "Platform/Audio/Instruments/SoundFont/SoundFontProvider.h"
 #include "Sources/AppDelegate.h"
+#include "Tests/Fakes/MemoryMIDI.h"
 #include "Tests/Fakes/OnsetFinder.h"
 #include "Tests/Fakes/RecordingInstrument.h"
 #include "Tests/Fakes/TemporaryFolder.h"
@@ -26,6 +27,7 @@ using testing::SizeIs;
 struct SilentShell : Shell {
     void presentAlert(const Error& error, bool) override { ADD_FAILURE() << error.description; }
     void showStatus(const PlayerStatus&) override {}
+    void showRecording(const RecordingSummary&) override {}
 };
 
 /// A whole application in this process, on the paced device in real time, with what the graph renders recorded.
@@ -110,6 +112,7 @@ class LivePlayer {
     UserDefaults _defaults{_folder.path / "defaults.plist"};
     SilentShell _shell;
     AudioPlatform _platform;
+    MemoryMIDI _midi{_mainRunLoop};
     std::vector<float> _recorded;
     std::atomic<std::size_t> _count{0};  // written by the audio thread, read by the test
     AppDelegate _application;
