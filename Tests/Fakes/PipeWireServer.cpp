@@ -3,6 +3,9 @@
 
 #include <stdlib.h>
 
+#include <filesystem>
+#include <fstream>
+
 namespace zelvane {
 
 namespace {
@@ -11,7 +14,11 @@ constexpr const char* kSocket = "pipewire-0";
 
 }  // namespace
 
+// The session manager waits for systemd's login service on behalf of Bluetooth, and without one connects nothing.
 PipeWireServer::PipeWireServer() {
+    const auto folder = _folder.path / "wireplumber" / "bluetooth.lua.d";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "80-off.lua") << "bluez_monitor.enabled = false\n";
     for (const auto& [name, value] : environment()) {
         if (name.starts_with("PIPEWIRE_")) setenv(name.c_str(), value.c_str(), 1);
     }
@@ -51,11 +58,8 @@ bool PipeWireServer::makeDefault(const std::string& name) {
 
 ChildProcess::Environment PipeWireServer::environment() const {
     const std::string folder = _folder.path.string();
-    return {{"PIPEWIRE_RUNTIME_DIR", folder},
-            {"XDG_RUNTIME_DIR", folder},
-            {"XDG_CONFIG_HOME", folder},
-            {"XDG_STATE_HOME", folder},
-            {"HOME", folder}};
+    return {{"PIPEWIRE_RUNTIME_DIR", folder}, {"XDG_CONFIG_HOME", folder}, {"XDG_RUNTIME_DIR", folder},
+            {"XDG_CONFIG_HOME", folder},      {"XDG_STATE_HOME", folder},  {"HOME", folder}};
 }
 
 }  // namespace zelvane
