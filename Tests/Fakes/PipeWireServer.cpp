@@ -58,8 +58,11 @@ bool PipeWireServer::makeDefault(const std::string& name) {
 
 ChildProcess::Environment PipeWireServer::environment() const {
     const std::string folder = _folder.path.string();
-    return {{"PIPEWIRE_RUNTIME_DIR", folder}, {"XDG_CONFIG_HOME", folder}, {"XDG_RUNTIME_DIR", folder},
-            {"XDG_CONFIG_HOME", folder},      {"XDG_STATE_HOME", folder},  {"HOME", folder}};
+    return {{"PIPEWIRE_RUNTIME_DIR", folder},
+            {"XDG_RUNTIME_DIR", folder},
+            {"XDG_CONFIG_HOME", folder},
+            {"XDG_STATE_HOME", folder},
+            {"HOME", folder}};
 }
 
 }  // namespace zelvane
