@@ -76,7 +76,7 @@ std::vector<TimePoint> pressKeys(JackMIDIPeer& keyboard, const NotePlan& plan) {
     Duration place = kLead;
     for (const auto sinceThisOne : plan) {
         const std::uint32_t frame = frameAt(place);
-        due.push_back(TimePoint(secondsToDuration(frame / double{kSampleRate})));
+        due.emplace_back(secondsToDuration(frame / double{kSampleRate}));
         events.push_back({frame, {0x90, 60, 100}});
         events.push_back({frameAt(place + milliseconds(kLength)), {0x80, 60, 0}});
         place += sinceThisOne;

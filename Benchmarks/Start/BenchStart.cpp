@@ -9,6 +9,7 @@
 #include "Tests/Fakes/JackServer.h"
 
 #include <cstdio>
+#include <optional>
 #include <vector>
 
 using namespace zelvane;
@@ -17,7 +18,7 @@ namespace {
 
 constexpr unsigned kRate = 48000;
 constexpr unsigned kPeriod = 256;
-constexpr int kStarts = 20;
+constexpr std::size_t kStarts = 20;
 constexpr double kPatience = 10;  // seconds
 
 const OSCMessage kNote{"/om/note", {{6000}, {127}, {2000}, {1}}};
@@ -39,28 +40,50 @@ void print(const char* what, const std::vector<double>& milliseconds) {
 /// The null device is heard by nobody.
 void measureOnNull() {
     std::vector<double> listening;
-    for (int start = 0; start < kStarts; ++start)
+    for (std::size_t start = 0; start < kStarts; ++start)
         listening.push_back(millisecondsToListening(PlayerProgram({"--device", "null"})));
     print("null device: listens", listening);
+}
+
+struct JackStart {
+    double listening = 0;
+    double heard = 0;
+};
+
+/// None when JACK has left the ear without cycles: now and then it does that to one that is connected while the other
+/// end is being activated.
+std::optional<JackStart> startOnJack() {
+    JackCapture ear(2 * kPatience);
+    const PlayerProgram player({"--set", "outputDevice=JACK: system"});
+    const double listening = millisecondsToListening(player);
+    player.send(kNote);
+    // The note lasts until it is heard, and the port may not be the last that the player makes at its start.
+    const auto isHeard = [&] {
+        ear.connect();
+        return ear.hasSoundAfter(0);
+    };
+    if (waitFor(isHeard, kPatience / 2)) return JackStart{listening, millisecondsSince(player.started())};
+    const std::size_t count = ear.count();
+    require(!waitFor([&] { return ear.count() > count; }, 1), "nothing is heard");
+    return std::nullopt;
 }
 
 void measureOnJack() {
     JackServer server;
     require(server.start(kRate, kPeriod), "jackd does not start; is it installed?");
     std::vector<double> listening, heard;
-    for (int start = 0; start < kStarts; ++start) {
-        JackCapture ear(2 * kPatience);
-        const PlayerProgram player({"--set", "outputDevice=JACK: system"});
-        bool isConnected = false;
-        const auto connected = [&] { return isConnected = isConnected || ear.connect(); };
-        require(waitFor([&] { return connected() && player.isListening(); }, kPatience), "the player does not listen");
-        listening.push_back(millisecondsSince(player.started()));
-        player.send(kNote);
-        require(waitFor([&] { return ear.hasSoundAfter(0); }, kPatience), "nothing is heard");
-        heard.push_back(millisecondsSince(player.started()));
+    std::size_t deaf = 0;
+    while (heard.size() < kStarts) {
+        if (const auto start = startOnJack()) {
+            listening.push_back(start->listening);
+            heard.push_back(start->heard);
+        } else {
+            require(++deaf < kStarts, "JACK lets nobody listen");
+        }
     }
     print("JACK: listens", listening);
     print("JACK: another client hears the first note", heard);
+    if (deaf > 0) std::printf("%zu more starts with an ear that JACK kept deaf\n", deaf);
 }
 
 }  // namespace
