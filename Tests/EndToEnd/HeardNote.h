@@ -13,9 +13,12 @@ namespace zelvane {
 struct HeardNote {
     std::size_t begin = 0;
     std::size_t end = 0;
+
+    bool isHeard() const { return end > begin; }
 };
 
-/// Starts a note, ends it after so many seconds of captured sound, and expects that it was heard once and is over.
+/// Starts a note, ends it after so many seconds of captured sound, and expects that it is over then. One that was not
+/// heard, or more than once, does not count as heard.
 HeardNote hearNote(const JackCapture& capture, double seconds, const std::function<void()>& start,
                    const std::function<void()>& end);
 

@@ -25,6 +25,7 @@ TEST(JackSound, TenMidicsAreTenPitchesTenCentsApartAndEndAtTheirLength) {
     for (std::int32_t tenth = 0; tenth < 10; ++tenth) {
         const auto play = [&] { player.send(note(6000 + 10 * tenth, 1200)); };
         const HeardNote heard = hearNote(capture, 1.2, play, [] {});
+        ASSERT_TRUE(heard.isHeard()) << tenth;
         const double expected = frequencyOfKey(60 + tenth / 10.0);
         const double frequency = frequencyOf(capture, heard, expected);
         if (tenth == 0) reference = frequency;
