@@ -22,7 +22,7 @@ class MemoryMIDIBackEnd final : public MIDIBackEnd {
         std::vector<std::uint8_t> bytes;
     };
     struct Virtual {
-        MIDIDirection direction;
+        MIDIDirection direction = MIDIDirection::source;
         std::string name;
     };
 
