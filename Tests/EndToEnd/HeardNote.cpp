@@ -13,11 +13,17 @@ namespace zelvane {
 
 namespace {
 
+constexpr std::size_t kAttack = 2000;
+constexpr std::size_t kEnoughForPitch = 12000;
 constexpr double kTail = 0.3;  // seconds in which a note that has ended is silent for sure
 
 void capture(const JackCapture& capture, double seconds) {
     const std::size_t end = capture.count() + static_cast<std::size_t>(seconds * capture.sampleRate());
     EXPECT_TRUE(waitFor([&] { return capture.count() >= end; }, 10 * seconds + 5));
+}
+
+std::span<const float> steadyPiece(const JackCapture& capture, const HeardNote& note) {
+    return capture.longestWhole(std::min(note.begin + kAttack, note.end), note.end);
 }
 
 }  // namespace
@@ -38,9 +44,19 @@ HeardNote hearNote(const JackCapture& ear, double seconds, const std::function<v
     return {from + starts[0], from + static_cast<std::size_t>(sound.rend() - last)};
 }
 
+HeardNote hearWholeNote(const JackCapture& ear, double seconds, const std::function<void()>& start,
+                        const std::function<void()>& end) {
+    HeardNote note;
+    for (int attempt = 0; attempt < 6; ++attempt) {
+        note = hearNote(ear, seconds, start, end);
+        if (steadyPiece(ear, note).size() > kEnoughForPitch) break;
+    }
+    return note;
+}
+
 double frequencyOf(const JackCapture& capture, const HeardNote& note, double expected) {
-    const auto whole = capture.longestWhole(std::min(note.begin + 2000, note.end), note.end);
-    EXPECT_GT(whole.size(), 12000U) << "the server skips frames all the time";
+    const auto whole = steadyPiece(capture, note);
+    EXPECT_GT(whole.size(), kEnoughForPitch) << "the server skips frames all the time";
     if (whole.empty()) return 0;
     return measuredFrequency(whole, capture.sampleRate(), expected);
 }

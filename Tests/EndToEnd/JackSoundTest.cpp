@@ -16,7 +16,7 @@ OSCMessage note(std::int32_t midic, std::int32_t milliseconds) {
 
 TEST(JackSound, TenMidicsAreTenPitchesTenCentsApartAndEndAtTheirLength) {
     JackServer server;
-    ASSERT_TRUE(server.start());
+    ASSERT_TRUE(server.start(48000, kLongPeriod));
     RunningPlayer player;
     ASSERT_TRUE(player.isListening()) << player.output();
     JackCapture capture(120);
@@ -24,7 +24,7 @@ TEST(JackSound, TenMidicsAreTenPitchesTenCentsApartAndEndAtTheirLength) {
     double reference = 0;
     for (std::int32_t tenth = 0; tenth < 10; ++tenth) {
         const auto play = [&] { player.send(note(6000 + 10 * tenth, 1200)); };
-        const HeardNote heard = hearNote(capture, 1.2, play, [] {});
+        const HeardNote heard = hearWholeNote(capture, 1.2, play, [] {});
         ASSERT_TRUE(heard.isHeard()) << tenth;
         const double expected = frequencyOfKey(60 + tenth / 10.0);
         const double frequency = frequencyOf(capture, heard, expected);

@@ -19,8 +19,9 @@ std::vector<std::string> TenSteps::options() const {
 void TenSteps::expectKeys(const RunningPlayer& player, const JackCapture& capture,
                           const std::function<void(int key, bool isDown)>& press) const {
     for (const int key : {69, 70, 66, 74}) {
-        const HeardNote note = hearNote(
+        const HeardNote note = hearWholeNote(
             capture, 1.0, [&] { press(key, true); }, [&] { press(key, false); });
+        ASSERT_TRUE(note.isHeard()) << key << player.output();
         const double expected = frequencyOfKey(69 + 1.2 * (key - 69));
         EXPECT_NEAR(centsAbove(expected, frequencyOf(capture, note, expected)), 0, 0.2) << key << player.output();
     }

@@ -9,12 +9,9 @@
 namespace zelvane {
 namespace {
 
-// The processor is emulated here: long periods let the server keep up.
-constexpr unsigned kPeriod = 2048;
-
 TEST(PlayerPitch, KeysOfASequencerClientSoundAsTheScaleSays) {
     JackServer server;
-    ASSERT_TRUE(server.start(48000, kPeriod));
+    ASSERT_TRUE(server.start(48000, kLongPeriod));
     const TenSteps tuning;
     RunningPlayer player(tuning.options());
     ASSERT_TRUE(player.isListening(60)) << player.output();
