@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kAttack = 2000;
 constexpr std::size_t kEnoughForPitch = 12000;
-constexpr double kTail = 0.3;  // seconds in which a note that has ended is silent for sure
+constexpr double kTail = 1;  // seconds in which a note that has ended is silent for sure, however long the periods
 
 void capture(const JackCapture& capture, double seconds) {
     const std::size_t end = capture.count() + static_cast<std::size_t>(seconds * capture.sampleRate());
