@@ -13,6 +13,8 @@ build  libfluidsynth-dev    pc:fluidsynth                        SoundFont instr
 build  libjack-jackd2-dev   pc:jack                              sound through JACK (headers; the library is loaded at run time)
 build  libasound2-dev       pc:alsa                              MIDI devices and programs, through the kernel's sequencer
 build  libpulse-dev         pc:libpulse                          sound through PulseAudio
+build  liblilv-dev          pc:lilv-0                            LV2 instruments
+build  lv2-dev              pc:lv2                               LV2 instruments (headers)
 build  libplist-dev         pc:libplist-2.0                      the files that settings are kept in
 build  libavformat-dev      pc:libavformat                       recordings: the file format (FFmpeg 5.1)
 build  libavcodec-dev       pc:libavcodec                        recordings: Apple Lossless
@@ -38,6 +40,11 @@ test   locales              file:/usr/share/i18n/locales/de_DE   a locale whose 
 test   dbus                 cmd:dbus-run-session                 a session of its own for servers
 test   ffmpeg               cmd:ffprobe                          a reader of recordings that is not ours
 test   liblo-tools          cmd:oscsend                          a client that is not ours
+test   mda-lv2              file:/usr/lib/lv2/mda.lv2/manifest.ttl   light instruments, one that bends and one that doesn't
+test   calf-plugins         file:/usr/lib/lv2/calf.lv2/manifest.ttl  an instrument with state of its own
+test   zynaddsubfx-lv2      file:/usr/lib/lv2/ZynAddSubFX.lv2/manifest.ttl  a heavy instrument
+test   synthv1-lv2          file:/usr/lib/lv2/synthv1.lv2/manifest.ttl  an instrument with another bend range
+test   lv2-examples         file:/usr/lib/lv2/eg-sampler.lv2/manifest.ttl  an instrument with writable properties
 
 machine qemu-system-x86     cmd:qemu-system-x86_64               the virtual machine of ./test --machine
 machine cpio                cmd:cpio                             packs its first files
@@ -46,6 +53,7 @@ machine alsa-utils          cmd:aconnect                         clients of the 
 
 bench  liblo-dev            pc:liblo                             an OSC library to compare with
 bench  fluidsynth           cmd:fluidsynth                       a program to compare with
+bench  jalv                 cmd:jalv                             an LV2 host to compare with
 bench  valgrind             cmd:valgrind                         counts instructions
 END
 )
