@@ -99,6 +99,14 @@ void appendEscaped(std::string& line, std::string_view bytes) {
     }
 }
 
+/// Moves what stands at the beginning and is shown as it is, all at once: mostly that is everything.
+void takePlain(std::string_view& text, std::string& line) {
+    const auto isPlain = [](char character) { return character >= ' ' && character <= '~'; };
+    const auto end = std::find_if_not(text.begin(), text.end(), isPlain);
+    line.append(text.begin(), end);
+    text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+}
+
 }  // namespace
 
 std::string formatted(std::string_view pattern, const std::vector<std::string>& arguments) {
@@ -133,7 +141,7 @@ std::string fourCharacters(std::uint32_t status) {
 std::string printable(std::string_view text) {
     std::string line;
     line.reserve(text.size());
-    while (!text.empty()) {
+    for (takePlain(text, line); !text.empty(); takePlain(text, line)) {
         char32_t character = 0;
         const std::size_t length = characterLength(text, character);
         const std::string_view bytes = text.substr(0, std::max<std::size_t>(length, 1));
