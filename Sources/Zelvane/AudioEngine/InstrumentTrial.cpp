@@ -28,15 +28,17 @@ void InstrumentTrial::begin(const std::string& instrument) {
 
 void InstrumentTrial::watch(RunLoop& runLoop, BlockCounts counts) {
     if (_watch != nullptr) _watch->invalidate();
-    _watch = Timer::every(kInterval,
-                          [this, counts = std::move(counts), last = counts(), left = kIntervals](Timer& timer) mutable {
-                              std::vector<std::uint64_t> now = counts();
-                              if (haveAllGrown(last, now)) --left;
-                              last = std::move(now);
-                              if (left > 0) return;
-                              timer.invalidate();
-                              _mark.remove();
-                          });
+    std::vector<std::uint64_t> last = counts();
+    const auto look = [this, counts = std::move(counts), last = std::move(last),
+                       left = kIntervals](Timer& timer) mutable {
+        std::vector<std::uint64_t> now = counts();
+        if (haveAllGrown(last, now)) --left;
+        last = std::move(now);
+        if (left > 0) return;
+        timer.invalidate();
+        _mark.remove();
+    };
+    _watch = Timer::every(kInterval, look);
     runLoop.add(_watch);
 }
 
