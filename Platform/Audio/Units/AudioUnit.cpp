@@ -14,9 +14,7 @@ void AudioUnit::addProperties(std::vector<UnitProperty> properties) {
     if (!_properties.empty()) _lastPropertyID = _properties.back().id;
 }
 
-// All IDs of 32 bits are asked for one after the other, and almost all lie beyond the last.
 const UnitProperty* AudioUnit::propertyWithID(AudioUnitPropertyID id) const {
-    if (id > _lastPropertyID) return nullptr;
     const auto place =
         std::lower_bound(_properties.begin(), _properties.end(), id,
                          [](const UnitProperty& p, AudioUnitPropertyID wanted) { return p.id < wanted; });
@@ -72,8 +70,8 @@ bool AudioUnit::propertyHoldsReference(AudioUnitPropertyID id) const {
     return property != nullptr && property->holdsReference;
 }
 
-OSStatus AudioUnitGetPropertyInfo(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitScope scope,
-                                  AudioUnitElement element, std::uint32_t* size, bool* isWritable) {
+OSStatus AudioUnitGetPossiblePropertyInfo(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitScope scope,
+                                          AudioUnitElement element, std::uint32_t* size, bool* isWritable) {
     if (unit == nullptr) return kAudio_ParamError;
     std::uint32_t length = 0;
     bool writable = false;

@@ -23,6 +23,8 @@ class AudioUnit {
     AudioUnit(const AudioUnit&) = delete;
     AudioUnit& operator=(const AudioUnit&) = delete;
 
+    /// False for an ID beyond those that it has; quick, since almost all of 32 bits are.
+    bool mayHaveProperty(AudioUnitPropertyID id) const { return id <= _lastPropertyID; }
     OSStatus propertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, std::uint32_t& size,
                           bool& isWritable);
     /// Writes the value into the buffer and sets `size` to its length. A buffer that is too small is refused.
@@ -67,8 +69,14 @@ class AudioUnit {
 };
 
 /// The platform's operations on a unit; a null unit is refused with `kAudio_ParamError`.
-OSStatus AudioUnitGetPropertyInfo(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitScope scope,
-                                  AudioUnitElement element, std::uint32_t* size, bool* isWritable);
+OSStatus AudioUnitGetPossiblePropertyInfo(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitScope scope,
+                                          AudioUnitElement element, std::uint32_t* size, bool* isWritable);
+inline OSStatus AudioUnitGetPropertyInfo(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitScope scope,
+                                         AudioUnitElement element, std::uint32_t* size, bool* isWritable) {
+    // Here, because all IDs of 32 bits may be asked for one after the other.
+    if (unit != nullptr && !unit->mayHaveProperty(id)) return kAudioUnitErr_InvalidProperty;
+    return AudioUnitGetPossiblePropertyInfo(unit, id, scope, element, size, isWritable);
+}
 OSStatus AudioUnitGetProperty(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
                               void* value, std::uint32_t* size);
 OSStatus AudioUnitSetProperty(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,

@@ -4,6 +4,8 @@
 #include "Sources/Zelvane/AudioEngine/AudioUnitPropertyNames.h"
 #include "Sources/Zelvane/AudioEngine/PropertyCallbacks.h"
 
+#include <algorithm>
+
 namespace zelvane {
 
 namespace {
@@ -69,13 +71,13 @@ bool AudioEngine::probeAUProperties(const std::shared_ptr<AVAudioUnit>& node, bo
         return _enabledAUPropertyIDs.generation() == generation && !_application.mainRunLoop().hasEnded();
     };
     showScanProgress(node->name());
-    for (AudioUnitPropertyID id = range.first;; ++id) {
-        if (id % kShownStep == 0) {
-            incrementScanProgress(id);
-            if (!isWanted()) break;
-        }
-        checkToEnableAUPropertyListener(id, *node, log);
-        if (id == range.last) break;
+    // In 64 bits, in which the range has a number behind its last.
+    const std::uint64_t end = std::uint64_t{range.last} + 1;
+    for (std::uint64_t id = range.first; id < end;) {
+        if (id % kShownStep == 0) incrementScanProgress(static_cast<AudioUnitPropertyID>(id));
+        if (!isWanted()) break;
+        const std::uint64_t stepEnd = std::min(end, (id / kShownStep + 1) * kShownStep);
+        for (; id < stepEnd; ++id) checkToEnableAUPropertyListener(static_cast<AudioUnitPropertyID>(id), *node, log);
     }
     hideScanProgress();
     if (!isWanted()) return false;

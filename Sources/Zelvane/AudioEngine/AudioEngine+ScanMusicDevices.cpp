@@ -65,7 +65,7 @@ void AudioEngine::whitelist(const AVAudioUnitComponent& component, const std::st
     _musicDevicesMap[component.name] = component;
     _whitelistedMusicDeviceNames.push_back(component.name);
     PropertyList::Array names;
-    for (const auto& name : _whitelistedMusicDeviceNames) names.push_back({name});
+    for (const auto& name : _whitelistedMusicDeviceNames) names.emplace_back().value = name;
     _defaults.set("devicesMap", {std::move(names)});
     Log::write("AudioEngine: [%@] %@ supports StartStopNote API, necessary to play midic microtones",
                {kSelector, instanceName});

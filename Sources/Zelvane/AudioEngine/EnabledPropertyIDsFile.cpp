@@ -104,7 +104,7 @@ std::optional<StoredPropertyIDs> readEnabledPropertyIDs(const std::string& instr
 
 void writeEnabledPropertyIDs(const std::string& instrument, const std::vector<AudioUnitPropertyID>& ids) {
     PropertyList::Array entries;
-    for (const AudioUnitPropertyID id : ids) entries.push_back({std::int64_t{id}});
+    for (const AudioUnitPropertyID id : ids) entries.emplace_back().value = std::int64_t{id};
     Error error;
     if (!writePropertyListFile(pathToEnabledPropertyIDsFile(instrument, SearchPathDomain::user, true),
                                PropertyList{std::move(entries)}, error))
