@@ -8,6 +8,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <thread>
+
 namespace zelvane {
 namespace {
 
@@ -96,6 +99,89 @@ TEST(InstrumentChoice, AHundredSwitchesEndEveryNoteAndRecordingAndMixNothing) {
     }
     EXPECT_THAT(rig.application.fatalErrors, IsEmpty());
     EXPECT_GT(rig.application.statusChanges, 20);
+}
+
+/// What the program runs as: a main, a player and an audio thread.
+struct ThreadedRig {
+    ThreadedRig() {
+        mainLoop.attachToCurrentThread();
+        platform.components.setViewControllerProvider(std::make_shared<FakeViewControllers>());
+        engine = std::make_unique<AudioEngine>(playerLoop, platform, application, defaults);
+    }
+    ~ThreadedRig() {
+        isEnding = true;
+        audio.join();
+        playerLoop.end();
+        player.join();
+    }
+
+    void render() {
+        std::array<float, 256> left{}, right{};
+        std::array<float*, 2> outputs{left.data(), right.data()};
+        while (!isEnding) {
+            platform.graph.render({.start = Clock::monotonic().now(),
+                                   .startIsExact = false,
+                                   .isDiscontinuous = false,
+                                   .frames = 256,
+                                   .periodFrames = 256,
+                                   .outputs = outputs});
+        }
+    }
+
+    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> devices() {
+        std::vector<std::unique_ptr<AudioDeviceBackEnd>> all;
+        all.push_back(std::make_unique<StillBackEnd>());
+        return all;
+    }
+    static std::vector<std::unique_ptr<AudioComponentProvider>> instruments() {
+        std::vector<std::unique_ptr<AudioComponentProvider>> all;
+        all.push_back(std::make_unique<RecordingProvider>(std::vector<std::string>{"DLSMusicDevice", "zither"}));
+        return all;
+    }
+
+    PrivateDataFolder data;
+    TemporaryFolder folder;
+    UserDefaults defaults{folder.path / "defaults.plist"};
+    RunLoop mainLoop, playerLoop;
+    FakeApplication application{mainLoop};
+    AudioPlatform platform{devices(), instruments()};
+    std::atomic<bool> isEnding{false};
+    std::thread player{[this] {
+        playerLoop.attachToCurrentThread();
+        playerLoop.run();
+    }};
+    std::thread audio{[this] { render(); }};
+    std::unique_ptr<AudioEngine> engine;
+};
+
+TEST(InstrumentChoice, SwitchesWhileThePlayerThreadPlaysAndAnotherThreadEdits) {
+    LogLines log;
+    ThreadedRig rig;
+    const auto timer = Timer::every(100us, [&](Timer&) {
+        rig.engine->handleNoteOnMessage(6030, 80, 1);
+        rig.engine->handleNoteOffMessage(6030, 1);
+    });
+    rig.playerLoop.add(timer);
+    std::thread editor([&] {
+        for (std::uint32_t value = 0; !rig.isEnding; ++value) {
+            const auto node = rig.engine->microUnitSynthNode(1);
+            if (node == nullptr) continue;
+            AudioUnitSetProperty(node->audioUnit(), kMusicDeviceProperty_UsesInternalReverb, 0, 0, &value,
+                                 sizeof value);
+            AUParameterSet(nullptr, nullptr, {node->audioUnit(), 7, 0, 0}, 0.5F, 0);
+        }
+    });
+    for (int i = 0; i < 20; ++i) {
+        rig.engine->propagateFromMicroUnitNumber(1);
+        rig.engine->windowShouldClose();
+        const std::string name = i % 2 == 0 ? "zither" : "DLSMusicDevice";
+        rig.engine->setMusicDeviceFromName(name);
+        EXPECT_EQ(unitNames(*rig.engine), std::vector<std::string>(10, name));
+    }
+    timer->invalidate();
+    rig.isEnding = true;
+    editor.join();
+    rig.playerLoop.perform([] {}, RunLoop::Wait::yes);
 }
 
 TEST(Scan, KeepsWhatLoadsAndReturnsAfterTheLast) {
