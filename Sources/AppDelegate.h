@@ -41,6 +41,10 @@ class AppDelegate : public Application {
     RunLoop& mainRunLoop() override { return _mainRunLoop; }
     void presentError(const Error& error) override { _shell.presentAlert(error, false); }
     void presentErrorAndTerminate(const Error& error) override;
+    void showScanProgress(const std::string& instrument) override { _shell.showScanProgress(instrument); }
+    void incrementScanProgress(std::uint32_t propertyID) override { _shell.incrementScanProgress(propertyID); }
+    void hideScanProgress() override { _shell.hideScanProgress(); }
+    void microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& node) override { _shell.showEditors(node); }
     void recordingDidFinish(const RecordingSummary& recording) override { _shell.showRecording(recording); }
 
     Zelvane* zelvane() { return _zelvane.get(); }

@@ -4,9 +4,14 @@
 #include "Platform/Foundation/Error.h"
 #include "Platform/Foundation/RunLoop.h"
 
+#include <cstdint>
 #include <filesystem>
+#include <memory>
+#include <string>
 
 namespace zelvane {
+
+class AVAudioUnit;
 
 /// A recording that is finished.
 struct RecordingSummary {
@@ -28,6 +33,15 @@ class Application {
 
     /// Brings what is shown of listening and recording up to date. Main thread.
     virtual void statusDidChange() = 0;
+
+    /// The window that shows how far the search for an instrument's properties has come. Main thread.
+    virtual void showScanProgress(const std::string& instrument) = 0;
+    virtual void incrementScanProgress(std::uint32_t propertyID) = 0;
+    virtual void hideScanProgress() = 0;
+
+    /// The units are other ones than before, so the editors that are shown are not theirs; the node is the first
+    /// unit's. Main thread.
+    virtual void microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode) = 0;
 
     /// A recording is finished: the file is as it will stay. Main thread.
     virtual void recordingDidFinish(const RecordingSummary& recording) = 0;

@@ -11,6 +11,11 @@ class ConsoleShell : public Shell {
     void presentAlert(const Error& error, bool endsProgram) override;
     void showStatus(const PlayerStatus& status) override;
     void showRecording(const RecordingSummary& recording) override;
+    // A console has no windows.
+    void showScanProgress(const std::string& /*instrument*/) override {}
+    void incrementScanProgress(std::uint32_t /*propertyID*/) override {}
+    void hideScanProgress() override {}
+    void showEditors(const std::shared_ptr<AVAudioUnit>& /*firstUnit*/) override {}
 
   private:
     PlayerStatus _shown;

@@ -30,6 +30,14 @@ class Shell {
     virtual void showStatus(const PlayerStatus& status) = 0;
     /// Tells of a recording that is finished.
     virtual void showRecording(const RecordingSummary& recording) = 0;
+
+    /// How far the search for an instrument's properties has come, up to 4,294,967,294. It is needed once for an
+    /// instrument.
+    virtual void showScanProgress(const std::string& instrument) = 0;
+    virtual void incrementScanProgress(std::uint32_t propertyID) = 0;
+    virtual void hideScanProgress() = 0;
+    /// Shows the editors of other units.
+    virtual void showEditors(const std::shared_ptr<AVAudioUnit>& firstUnit) = 0;
 };
 
 }  // namespace zelvane

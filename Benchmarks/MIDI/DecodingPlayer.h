@@ -42,7 +42,7 @@ class DecodingPlayer {
     PlayerRig _rig{std::move(_madeForRig)};
     TemporaryFolder _folder;
     UserDefaults _defaults{_folder.path / "defaults.plist"};
-    AudioEngine _engine{_rig.loop, _rig.platform, _rig.application};
+    AudioEngine _engine{_rig.loop, _rig.platform, _rig.application, _defaults};
     IdleChecker _checker;
     std::shared_ptr<MIDIDecoder> _decoder = std::make_shared<MIDIDecoder>(
         MIDIDecoder::Collaborators{_engine, _rig.loop, _rig.application, _defaults, _checker});

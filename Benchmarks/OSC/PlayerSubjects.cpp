@@ -42,7 +42,7 @@ class Dispatcher {
     PlayerRig _rig{std::make_unique<RecordingProvider>()};
     TemporaryFolder _folder;
     UserDefaults _defaults{_folder.path / "defaults.plist"};
-    AudioEngine _engine{_rig.loop, _rig.platform, _rig.application};
+    AudioEngine _engine{_rig.loop, _rig.platform, _rig.application, _defaults};
     ScalaController _scala{_defaults, [](const Error&) {}};
     IdleChecker _checker;
     std::shared_ptr<OSCDecoder> _decoder = std::make_shared<OSCDecoder>(

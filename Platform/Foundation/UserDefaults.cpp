@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Foundation/UserDefaults.h"
 
-#include "Platform/Foundation/AtomicFile.h"
+#include "Platform/Foundation/DamagedFile.h"
 #include "Platform/Foundation/Log.h"
 #include "Platform/Foundation/Text.h"
 
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <ctime>
 #include <limits>
-#include <system_error>
 
 namespace zelvane {
 
@@ -53,36 +51,18 @@ struct StringOf {
     Text operator()(const auto& /*list or data*/) const { return std::nullopt; }
 };
 
-/// A name beside the file that nothing has yet, with the present date in it.
-std::filesystem::path nameForDamaged(const std::filesystem::path& file) {
-    const std::time_t present = std::time(nullptr);
-    std::tm parts{};
-    std::array<char, 32> date{};
-    localtime_r(&present, &parts);
-    std::strftime(date.data(), date.size(), ".damaged-%Y%m%d-%H%M%S", &parts);
-    const std::string name = file.string() + date.data();
-    std::string free = name;
-    std::error_code error;
-    for (int number = 2; std::filesystem::exists(free, error); ++number) {
-        free = name + "-" + std::to_string(number);
-    }
-    return free;
-}
-
 /// False when the file had to stay where it is.
 bool setAside(const std::filesystem::path& file, const Error& error) {
-    const auto target = linkTarget(file).value_or(file);
-    const auto name = nameForDamaged(target);
-    std::error_code failure;
-    std::filesystem::rename(target, name, failure);
+    std::string reason;
+    const auto name = setAsideDamagedFile(file, reason);
     Log::write("UserDefaults: [%@] %@", {"initWithFile:", error.description});
-    if (failure) {
-        Log::write("UserDefaults: [%@] unable to set aside %@, settings will not be saved: %@",
-                   {"initWithFile:", target.string(), failure.message()});
+    if (name) {
+        Log::write("UserDefaults: [%@] the damaged file is kept as %@", {"initWithFile:", name->string()});
     } else {
-        Log::write("UserDefaults: [%@] the damaged file is kept as %@", {"initWithFile:", name.string()});
+        Log::write("UserDefaults: [%@] unable to set aside %@, settings will not be saved: %@",
+                   {"initWithFile:", file.string(), reason});
     }
-    return !failure;
+    return name.has_value();
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/Zelvane/Zelvane.h"
 
+#include "Platform/Foundation/LocalizedString.h"
+#include "Platform/Foundation/Text.h"
+
 #include <algorithm>
 #include <array>
 
@@ -12,7 +15,7 @@ Zelvane::Zelvane(RunLoop& playerThread, AudioPlatform& platform, Application& ap
       _defaults(defaults),
       _scala(defaults, [&application](const Error& error) { presentErrorWaiting(application, error); }) {
     setIsListening(false);
-    _audioEngine = std::make_unique<AudioEngine>(playerThread, platform, application);
+    _audioEngine = std::make_unique<AudioEngine>(playerThread, platform, application, defaults);
     newOSCDecoder();
     _midiDecoder = std::make_shared<MIDIDecoder>(
         MIDIDecoder::Collaborators{*_audioEngine, _playerThread, _application, _defaults, *this});
@@ -20,7 +23,24 @@ Zelvane::Zelvane(RunLoop& playerThread, AudioPlatform& platform, Application& ap
     restoreMidiTuning();
     restoreMidiInput();
     setOutputDeviceFromName(_defaults.string("outputDevice"));
-    setMusicDeviceFromName(_defaults.string("musicDevice"));
+    restoreMusicDevice();
+}
+
+/// One that has brought the last run down is left out this time, and tried again at the next start.
+void Zelvane::restoreMusicDevice() {
+    const auto name = _defaults.string("musicDevice");
+    if (const auto failed = _audioEngine->takeInstrumentOfDeadRun(); !failed || failed != name)
+        return setMusicDeviceFromName(name);
+    const Error error{
+        "AudioConfiguration", 5,
+        formatted(localizedString("Sorry, the player did not survive loading %@ the last time. It plays with %@ now."),
+                  {*name, localizedString("DLSMusicDevice")}),
+        formatted(localizedString("Choose %@ again to give it another try."), {*name})};
+    _application.mainRunLoop().perform([&application = _application, error] { application.presentError(error); });
+}
+
+void Zelvane::scanMusicDevicesWithProgressTextField(const std::shared_ptr<ProgressTextField>& textField) {
+    _audioEngine->scanMusicDevicesWithProgressTextField(textField, _playerThread);
 }
 
 void Zelvane::newOSCDecoder() {

@@ -59,6 +59,8 @@ class Zelvane : public StatusChecker {
     /// A name that is not in the table changes nothing.
     void setOutputDeviceFromName(const std::optional<std::string>& name);
     void setMusicDeviceFromName(const std::optional<std::string>& name);
+    /// Tests all instruments and returns after the last; the text field, which may be null, is the player thread's.
+    void scanMusicDevicesWithProgressTextField(const std::shared_ptr<ProgressTextField>& textField);
 
     // MIDI. Without it the operations below do nothing.
     bool midiEnable() const { return _midiEnable; }
@@ -89,6 +91,7 @@ class Zelvane : public StatusChecker {
     void restoreAppleSounds() { _audioEngine->restoreAppleSounds(); }
 
     void sendMicroTunings() { _audioEngine->sendMicroTunings(); }
+    void propagateFromMicroUnitNumber(std::int32_t number) { _audioEngine->propagateFromMicroUnitNumber(number); }
     std::int32_t microUnitNumberFromSynthNode(const AVAudioUnit* node) const {
         return _audioEngine->microUnitNumberFromSynthNode(node);
     }
@@ -102,6 +105,7 @@ class Zelvane : public StatusChecker {
     template <typename Work>
     auto withMidiTuning(Work work);
     void setUpMIDI();
+    void restoreMusicDevice();
     void restoreMidiTuning();
     void restoreMidiInput();
 

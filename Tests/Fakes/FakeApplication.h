@@ -3,6 +3,7 @@
 
 #include "Sources/Application.h"
 
+#include <string>
 #include <vector>
 
 namespace zelvane {
@@ -14,6 +15,10 @@ class FakeApplication final : public Application {
 
     RunLoop& mainRunLoop() override { return _mainRunLoop; }
     void statusDidChange() override { ++statusChanges; }
+    void showScanProgress(const std::string& instrument) override { progress.push_back("show " + instrument); }
+    void incrementScanProgress(std::uint32_t propertyID) override { lastProgress = propertyID; }
+    void hideScanProgress() override { progress.emplace_back("hide"); }
+    void microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>&) override { ++viewChanges; }
     void recordingDidFinish(const RecordingSummary& recording) override { recordings.push_back(recording); }
     void presentError(const Error& error) override { errors.push_back(error); }
     void presentErrorAndTerminate(const Error& error) override {
@@ -24,6 +29,9 @@ class FakeApplication final : public Application {
     std::vector<Error> errors, fatalErrors;    ///< main thread
     std::vector<RecordingSummary> recordings;  ///< main thread
     int statusChanges = 0;                     ///< main thread
+    std::vector<std::string> progress;         ///< main thread
+    std::uint32_t lastProgress = 0;            ///< main thread
+    int viewChanges = 0;                       ///< main thread
 
   private:
     RunLoop& _mainRunLoop;

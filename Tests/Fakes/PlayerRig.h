@@ -5,6 +5,7 @@
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 #include "Tests/Fakes/DrivenClock.h"
 #include "Tests/Fakes/FakeApplication.h"
+#include "Tests/Fakes/PrivateDataFolder.h"
 #include "Tests/Fakes/RecordingInstrument.h"
 #include "Tests/Fakes/StillDevice.h"
 
@@ -57,6 +58,7 @@ class PlayerRig {
         return std::llround(std::chrono::duration<double>(date).count() * _sampleRate);
     }
 
+    PrivateDataFolder data;
     DrivenClock clock;
     RunLoop loop{clock};
     FakeApplication application{loop};

@@ -2,14 +2,17 @@
 #pragma once
 
 #include "Platform/Audio/Units/AudioComponent.h"
+#include "Platform/Audio/Units/PropertyReference.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zelvane {
@@ -47,7 +50,23 @@ class RecordingInstrument final : public Instrument {
                                        reverb = on;
                                        return kNoError;
                                    }});
+        for (const auto& [id, size] : {std::pair{kNumber, 8U}, {kFrame, 12U}, {kAudioUnitProperty_PresentPreset, 16U}})
+            addStored(id, size);
+        addClassInfo(kAudioUnitProperty_ClassInfo);
+        addClassInfo(kAudioUnitProperty_ClassInfoFromDocument);
     }
+
+    static constexpr AudioUnitPropertyID kNumber = 70000;  ///< of 8 bytes
+    static constexpr AudioUnitPropertyID kFrame = 70001;   ///< of 12 bytes
+
+    /// What a property holds. Read and change it only while nobody else does.
+    struct Stored {
+        std::vector<std::byte> bytes;
+        PropertyList object = {};  ///< of one that refers to an object
+        int timesSet = 0;
+        bool isRefusing = false;
+    };
+    std::map<AudioUnitPropertyID, Stored> stored;
 
     OSStatus prepare(double rate, std::uint32_t) override {
         sampleRate = rate;
@@ -85,6 +104,50 @@ class RecordingInstrument final : public Instrument {
     std::optional<PropertyList::Dictionary> configuration;
 
   private:
+    void addStored(AudioUnitPropertyID id, std::uint32_t size) {
+        stored[id].bytes.resize(size);
+        _properties.push_back({.id = id,
+                               .isWritable = true,
+                               .size = [size] { return size; },
+                               .get =
+                                   [this, id](AudioUnitElement, std::span<std::byte> out) {
+                                       std::copy(stored[id].bytes.begin(), stored[id].bytes.end(), out.begin());
+                                       return kNoError;
+                                   },
+                               .set =
+                                   [this, id](std::span<const std::byte> value) {
+                                       if (stored[id].isRefusing || value.size() != stored[id].bytes.size())
+                                           return kAudioUnitErr_InvalidPropertyValue;
+                                       stored[id].bytes.assign(value.begin(), value.end());
+                                       ++stored[id].timesSet;
+                                       return kNoError;
+                                   }});
+    }
+
+    void addClassInfo(AudioUnitPropertyID id) {
+        stored[id].object = {std::string("fresh")};
+        _properties.push_back({.id = id,
+                               .isWritable = true,
+                               .size = [] { return 8U; },
+                               .get =
+                                   [this, id](AudioUnitElement, std::span<std::byte> out) {
+                                       if (stored[id].isRefusing) return kAudioUnitErr_InvalidProperty;
+                                       writePropertyValue(out, retainProperty(stored[id].object));
+                                       return kNoError;
+                                   },
+                               .set = [this, id](std::span<const std::byte> value) { return setObject(id, value); },
+                               .holdsReference = true});
+    }
+
+    OSStatus setObject(AudioUnitPropertyID id, std::span<const std::byte> value) {
+        PropertyReference reference = 0;
+        const auto object = readPropertyValue(value, reference) ? propertyObject(reference) : nullptr;
+        if (stored[id].isRefusing || object == nullptr) return kAudioUnitErr_InvalidPropertyValue;
+        stored[id].object = *object;
+        ++stored[id].timesSet;
+        return kNoError;
+    }
+
     std::vector<UnitParameter> _parameters;
     std::vector<UnitProperty> _properties;
     std::int64_t _frame = 0;
@@ -101,6 +164,7 @@ class RecordingProvider final : public AudioComponentProvider {
     std::vector<AVAudioUnitComponent> components() override {
         std::vector<AVAudioUnitComponent> all;
         for (std::size_t i = 0; i < _names.size(); ++i) {
+            if (gone.contains(static_cast<int>(i + 1))) continue;
             const auto subType = static_cast<std::uint32_t>(i + 1);
             all.push_back({_names[i], {kAudioUnitType_MusicDevice, subType, 1, kAudioComponentFlag_SandboxSafe, 0}});
         }
@@ -121,6 +185,7 @@ class RecordingProvider final : public AudioComponentProvider {
 
     std::vector<RecordingInstrument*> made;  ///< read it only while the loader is idle
     std::set<int> failing;                   ///< places in the list of names, from 1
+    std::set<int> gone;                      ///< likewise; change it only while the loader is idle
     std::optional<PropertyList::Dictionary> configuration;
 
   private:

@@ -49,7 +49,7 @@ class Dispatcher {
     TemporaryFolder _folder;
     UserDefaults _defaults{_folder.path / "defaults.plist"};
     PlayerRig _rig{std::make_unique<RecordingProvider>()};
-    AudioEngine _engine{_rig.loop, _rig.platform, _rig.application};
+    AudioEngine _engine{_rig.loop, _rig.platform, _rig.application, _defaults};
     ScalaController _scala{_defaults, [](const Error&) {}};
     NoChecker _checker;
     std::shared_ptr<OSCDecoder> _decoder = std::make_shared<OSCDecoder>(

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Sources/Zelvane/AudioEngine/AudioEngine.h"
+#include "Tests/Fakes/EngineRig.h"
 #include "Tests/Fakes/LogLines.h"
-#include "Tests/Fakes/PlayerRig.h"
 
 #include <gmock/gmock.h>
 
@@ -14,38 +13,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-/// An engine on recording instruments.
-struct EngineRig {
-    explicit EngineRig(std::vector<std::string> instruments = {"DLSMusicDevice", "zither", "Alphorn"},
-                       std::set<int> failing = {})
-        : provider(new RecordingProvider(std::move(instruments))),
-          rig(std::unique_ptr<AudioComponentProvider>(provider)) {
-        provider->failing = std::move(failing);
-        engine = std::make_unique<AudioEngine>(rig.loop, rig.platform, rig.application);
-    }
-
-    RecordingInstrument& unit(std::int32_t number) {
-        auto* unit = dynamic_cast<InstrumentUnit*>(engine->audioUnitFromMicroUnit(number));
-        return const_cast<RecordingInstrument&>(dynamic_cast<const RecordingInstrument&>(unit->instrument()));
-    }
-
-    /// What the units got besides their tunings, as (unit, status, data 1, data 2).
-    std::vector<std::array<int, 4>> played() {
-        rig.renderUntil(200ms);
-        std::vector<std::array<int, 4>> all;
-        for (std::int32_t number = 10; number >= 1; --number) {
-            for (const PlayedEvent& event : unit(number).played) {
-                if ((event.status & 0xF0) != 0xE0) all.push_back({number, event.status, event.data1, event.data2});
-            }
-        }
-        return all;
-    }
-
-    RecordingProvider* provider;
-    PlayerRig rig;
-    std::unique_ptr<AudioEngine> engine;
-};
 
 using Event = std::array<int, 4>;
 
@@ -176,8 +143,10 @@ TEST(AudioEngine, OpeningASoundBankTellsFalseAndFallsSilentWhenAUnitTookIt) {
 
 TEST(AudioEngine, TheLatencyOfTheRecorderIsATapBufferInWholeMilliseconds) {
     for (const auto& [rate, latency] : {std::pair{44100.0, 0.003F}, {48000.0, 0.003F}, {96000.0, 0.002F}}) {
+        const TemporaryFolder folder;
+        UserDefaults defaults(folder.path / "defaults.plist");
         PlayerRig rig(std::make_unique<RecordingProvider>(), rate);
-        AudioEngine engine(rig.loop, rig.platform, rig.application);
+        AudioEngine engine(rig.loop, rig.platform, rig.application, defaults);
         EXPECT_EQ(engine.recorderLatency(), latency);
         const auto file = engine.outputFileStreamDescription();
         EXPECT_EQ(file.mSampleRate, rate);

@@ -43,7 +43,8 @@ struct CountingChecker : StatusChecker {
 /// A decoder on an engine of recording instruments in simulated time.
 struct DecoderRig {
     explicit DecoderRig(std::uint32_t period = 256)
-        : rig(std::make_unique<RecordingProvider>(), 48000, period), engine(rig.loop, rig.platform, rig.application) {
+        : rig(std::make_unique<RecordingProvider>(), 48000, period),
+          engine(rig.loop, rig.platform, rig.application, defaults) {
         defaults.registerDefaults({{"outPort", {std::int64_t{3010}}}});
         engine.setIsListening(true);
     }

@@ -17,11 +17,30 @@ class ViewController {
     virtual ~ViewController() = default;
 };
 
+class AVAudioUnit;
+
+/// Where a desktop offers editors: which instruments have one, and how it is had.
+class ViewControllerProvider {
+  public:
+    using Handler = std::function<void(std::shared_ptr<ViewController>)>;
+
+    virtual ~ViewControllerProvider() = default;
+
+    /// Whether the instrument can be edited in a window here. Control threads.
+    virtual bool hasViewController(const AVAudioUnitComponent& component) = 0;
+
+    /// Makes the unit's editor and calls the handler once, on any thread, with null when there is none. Control
+    /// threads.
+    virtual void requestViewController(AVAudioUnit& unit, Handler handler) = 0;
+};
+
 /// An instrument's instance as a node of the graph. Shared by the slot that holds it, the graph, and what is under way
 /// to either.
 class AVAudioUnit {
   public:
-    AVAudioUnit(AVAudioUnitComponent component, std::unique_ptr<Instrument> instrument);
+    /// Without a provider of view controllers it has no editor.
+    AVAudioUnit(AVAudioUnitComponent component, std::unique_ptr<Instrument> instrument,
+                std::shared_ptr<ViewControllerProvider> viewControllers = nullptr);
 
     /// The display name; the component's.
     const std::string& name() const { return _component.name; }
@@ -30,17 +49,20 @@ class AVAudioUnit {
     /// The unit underneath, which lives as long as the node.
     InstrumentUnit* audioUnit() { return &_unit; }
 
-    /// The component's configuration dictionary, or none. Control threads.
-    std::optional<PropertyList::Dictionary> copyConfigurationInfo() const {
-        return _unit.instrument().configurationInfo();
-    }
+    /// How the log calls it.
+    std::string description() const;
+
+    /// The component's configuration dictionary, or none. "HasCustomView" tells whether there is an editor here.
+    /// Control threads.
+    std::optional<PropertyList::Dictionary> copyConfigurationInfo() const;
 
     /// Asks for the editor: the handler is called once, with null when there is none.
-    void requestViewController(const std::function<void(std::shared_ptr<ViewController>)>& handler);
+    void requestViewController(ViewControllerProvider::Handler handler);
 
   private:
     const AVAudioUnitComponent _component;
     InstrumentUnit _unit;
+    const std::shared_ptr<ViewControllerProvider> _viewControllers;
 };
 
 }  // namespace zelvane

@@ -55,11 +55,28 @@ std::string AVAudioUnitComponentManager::installationAdvice() const {
 void AVAudioUnitComponentManager::instantiateWithComponentDescription(const AudioComponentDescription& description,
                                                                       std::uint32_t /*options*/,
                                                                       CompletionHandler handler) {
-    _loaderLoop.perform([this, description, handler = std::move(handler)] { instantiate(description, handler); });
+    _loaderLoop.perform([this, description, handler = std::move(handler), cancellations = _cancellations.load()] {
+        if (cancellations == _cancellations) instantiate(description, handler);
+    });
 }
 
 void AVAudioUnitComponentManager::waitForRequests() {
     _loaderLoop.perform([] {}, RunLoop::Wait::yes);
+}
+
+void AVAudioUnitComponentManager::cancelRequests() {
+    ++_cancellations;
+    waitForRequests();
+}
+
+void AVAudioUnitComponentManager::setViewControllerProvider(std::shared_ptr<ViewControllerProvider> provider) {
+    const std::lock_guard lock(_viewControllersMutex);
+    _viewControllers = std::move(provider);
+}
+
+std::shared_ptr<ViewControllerProvider> AVAudioUnitComponentManager::viewControllers() {
+    const std::lock_guard lock(_viewControllersMutex);
+    return _viewControllers;
 }
 
 void AVAudioUnitComponentManager::instantiate(const AudioComponentDescription& description,
@@ -74,7 +91,8 @@ void AVAudioUnitComponentManager::instantiate(const AudioComponentDescription& d
             auto instrument = provider->instantiate(component.audioComponentDescription, error);
             lock.unlock();
             if (instrument == nullptr) return handler(nullptr, error);
-            return handler(std::make_shared<AVAudioUnit>(component, std::move(instrument)), std::nullopt);
+            return handler(std::make_shared<AVAudioUnit>(component, std::move(instrument), viewControllers()),
+                           std::nullopt);
         }
     }
     lock.unlock();

@@ -4,6 +4,8 @@
 #include "Platform/Audio/Units/AVAudioUnit.h"
 #include "Platform/Foundation/RunLoop.h"
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -36,11 +38,22 @@ class AVAudioUnitComponentManager {
     /// Returns when the handlers of all requests made so far have run. Not on the loader thread.
     void waitForRequests();
 
+    /// Drops the requests that have not begun, without a word, and returns when the one under way is over. Not on the
+    /// loader thread.
+    void cancelRequests();
+
+    /// Where the instances made from now on have their editors from; null when there are none. Any thread.
+    void setViewControllerProvider(std::shared_ptr<ViewControllerProvider> provider);
+
   private:
+    std::shared_ptr<ViewControllerProvider> viewControllers();
     void instantiate(const AudioComponentDescription& description, const CompletionHandler& handler);
 
     const std::vector<std::unique_ptr<AudioComponentProvider>> _providers;
     std::mutex _providersMutex;
+    std::mutex _viewControllersMutex;
+    std::shared_ptr<ViewControllerProvider> _viewControllers;  // guarded by _viewControllersMutex
+    std::atomic<std::uint64_t> _cancellations{0};              // written by any thread, read by the loader
     RunLoop _loaderLoop;
     std::jthread _loader;
 };

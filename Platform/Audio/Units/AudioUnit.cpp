@@ -11,17 +11,22 @@ void AudioUnit::addProperties(std::vector<UnitProperty> properties) {
     const auto sameID = [](const UnitProperty& a, const UnitProperty& b) { return a.id == b.id; };
     std::stable_sort(_properties.begin(), _properties.end(), byID);
     _properties.erase(std::unique(_properties.begin(), _properties.end(), sameID), _properties.end());
+    if (!_properties.empty()) _lastPropertyID = _properties.back().id;
+}
+
+const UnitProperty* AudioUnit::propertyWithID(AudioUnitPropertyID id) const {
+    const auto place =
+        std::lower_bound(_properties.begin(), _properties.end(), id,
+                         [](const UnitProperty& p, AudioUnitPropertyID wanted) { return p.id < wanted; });
+    return place != _properties.end() && place->id == id ? &*place : nullptr;
 }
 
 OSStatus AudioUnit::find(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
                          const UnitProperty*& property) const {
-    const auto place =
-        std::lower_bound(_properties.begin(), _properties.end(), id,
-                         [](const UnitProperty& p, AudioUnitPropertyID wanted) { return p.id < wanted; });
-    if (place == _properties.end() || place->id != id) return kAudioUnitErr_InvalidProperty;
-    if (scope > 31 || ((place->scopes >> scope) & 1U) == 0) return kAudioUnitErr_InvalidScope;
-    if (element != 0 && !place->takesElement) return kAudioUnitErr_InvalidElement;
-    property = &*place;
+    property = propertyWithID(id);
+    if (property == nullptr) return kAudioUnitErr_InvalidProperty;
+    if (scope > 31 || ((property->scopes >> scope) & 1U) == 0) return kAudioUnitErr_InvalidScope;
+    if (element != 0 && !property->takesElement) return kAudioUnitErr_InvalidElement;
     return kNoError;
 }
 
@@ -53,12 +58,20 @@ OSStatus AudioUnit::setProperty(AudioUnitPropertyID id, AudioUnitScope scope, Au
     const UnitProperty* property = nullptr;
     if (const OSStatus status = find(id, scope, element, property); status != kNoError) return status;
     if (!property->isWritable || !property->set) return kAudioUnitErr_PropertyNotWritable;
-    const std::lock_guard lock(_propertyMutex);
-    return property->set(value);
+    std::unique_lock lock(_propertyMutex);
+    const OSStatus status = property->set(value);
+    lock.unlock();
+    if (status == kNoError) _propertyListeners.notify(*this, id, scope, element);
+    return status;
 }
 
-OSStatus AudioUnitGetPropertyInfo(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitScope scope,
-                                  AudioUnitElement element, std::uint32_t* size, bool* isWritable) {
+bool AudioUnit::propertyHoldsReference(AudioUnitPropertyID id) const {
+    const UnitProperty* property = propertyWithID(id);
+    return property != nullptr && property->holdsReference;
+}
+
+OSStatus AudioUnitGetPossiblePropertyInfo(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitScope scope,
+                                          AudioUnitElement element, std::uint32_t* size, bool* isWritable) {
     if (unit == nullptr) return kAudio_ParamError;
     std::uint32_t length = 0;
     bool writable = false;
@@ -79,6 +92,22 @@ OSStatus AudioUnitSetProperty(AudioUnit* unit, AudioUnitPropertyID id, AudioUnit
                               const void* value, std::uint32_t size) {
     if (unit == nullptr || (value == nullptr && size != 0)) return kAudio_ParamError;
     return unit->setProperty(id, scope, element, {static_cast<const std::byte*>(value), size});
+}
+
+OSStatus AudioUnitAddPropertyListener(AudioUnit* unit, AudioUnitPropertyID id, AudioUnitPropertyListenerProc procedure,
+                                      void* userData) {
+    if (unit == nullptr || procedure == nullptr) return kAudio_ParamError;
+    std::uint32_t size = 0;
+    bool isWritable = false;
+    const OSStatus status = unit->propertyInfo(id, kAudioUnitScope_Global, 0, size, isWritable);
+    if (status == kNoError) unit->propertyListeners().add({id, procedure, userData});
+    return status;
+}
+
+OSStatus AudioUnitRemovePropertyListenerWithUserData(AudioUnit* unit, AudioUnitPropertyID id,
+                                                     AudioUnitPropertyListenerProc procedure, void* userData) {
+    if (unit == nullptr) return kAudio_ParamError;
+    return unit->propertyListeners().remove({id, procedure, userData}) ? kNoError : kAudioUnitErr_InvalidProperty;
 }
 
 OSStatus AudioUnitGetParameter(AudioUnit* unit, AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,

@@ -41,8 +41,9 @@ class InstrumentUnit : public AudioUnit {
     /// Renders into the block's buffers; false when nothing sounds and they were left alone. Audio thread.
     bool render(const UnitBlock& block) noexcept;
 
-    /// Events that came after their frame, and events lost to a full queue. Any thread.
+    /// Events that came after their frame, blocks rendered, and events lost to a full queue. Any thread.
     std::uint64_t lateEvents() const { return _lateEvents.load(std::memory_order_relaxed); }
+    std::uint64_t blocksRendered() const { return _blocksRendered.load(std::memory_order_relaxed); }
     std::uint64_t lostEvents() const { return _lostEvents.load(std::memory_order_relaxed); }
 
   private:

@@ -40,6 +40,8 @@ struct UnitProperty {
     /// Scopes in which it exists, one bit each, and whether an element other than 0 has a meaning.
     std::uint32_t scopes = 1U << kAudioUnitScope_Global;
     bool takesElement = false;
+    /// Whether the 8 bytes of the value are a `PropertyReference`, of which each reader gets a count.
+    bool holdsReference = false;
 };
 
 /// A value of plain bytes as it stands in a property; false when the length does not fit.

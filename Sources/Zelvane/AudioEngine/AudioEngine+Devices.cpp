@@ -100,12 +100,42 @@ std::vector<std::string> AudioEngine::musicDevices() const {
 
 void AudioEngine::setMusicDeviceFromName(const std::string& name) {
     const auto place = _musicDevicesMap.find(name);
-    if (place != _musicDevicesMap.end()) {
-        AudioComponentDescription description = place->second.audioComponentDescription;
-        description.componentFlags = kInstrumentFlags;
-        description.componentFlagsMask = kInstrumentFlags;
-        return setupMicroUnitsWithDescription(description);
+    if (place == _musicDevicesMap.end() || !isOffered(place->second.audioComponentDescription))
+        return tellOfMissingInstrument(name);
+    AudioComponentDescription description = place->second.audioComponentDescription;
+    description.componentFlags = kInstrumentFlags;
+    description.componentFlagsMask = kInstrumentFlags;
+    _instrumentTrial.end();
+    if (name != localizedString("DLSMusicDevice")) _instrumentTrial.begin(name);
+    setupMicroUnitsWithDescription(description);
+    if (allMicroUnitsAreSetUp())
+        _instrumentTrial.watch(_application.mainRunLoop(), [this] { return blocksRendered(); });
+}
+
+/// It may have been removed since the table was made.
+bool AudioEngine::isOffered(const AudioComponentDescription& description) {
+    AudioComponentDescription wanted = description;
+    wanted.componentFlags = wanted.componentFlagsMask = kAudioComponentFlag_SandboxSafe;
+    return !_platform.components.componentsMatchingDescription(wanted).empty();
+}
+
+void AudioEngine::updateMusicDevices() {
+    std::map<std::string, AVAudioUnitComponent> offered;
+    for (const auto& component : findAllMusicDevices()) offered[component.name] = component;
+    std::erase_if(_musicDevicesMap, [&](const auto& entry) { return !offered.contains(entry.first); });
+    for (const auto& [name, component] : offered) _musicDevicesMap[name] = component;
+}
+
+std::vector<std::uint64_t> AudioEngine::blocksRendered() const {
+    std::vector<std::uint64_t> counts;
+    for (const auto& unit : _microUnits) {
+        const auto synthNode = unit->synthNode();
+        counts.push_back(synthNode != nullptr ? synthNode->audioUnit()->blocksRendered() : 0);
     }
+    return counts;
+}
+
+void AudioEngine::tellOfMissingInstrument(const std::string& name) {
     Log::write("AudioEngine: [%@] unable to connect OSC/MIDI to %@", {"setMusicDeviceFromName:", name});
     presentErrorWaiting(_application, {"MidiConfiguration", 3,
                                        formatted(localizedString("Sorry, unable to connect OSC/MIDI to %@"), {name})});

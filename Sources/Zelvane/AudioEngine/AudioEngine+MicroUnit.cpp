@@ -4,20 +4,12 @@
 #include "Platform/Foundation/Text.h"
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 
-#include <sstream>
-
 namespace zelvane {
 
 namespace {
 
 constexpr std::uint32_t kLoadInProcess = 2;
 constexpr auto kUnitCount = static_cast<std::int32_t>(AudioEngine::kMicroUnitCount);
-
-std::string objectDescription(const void* object) {
-    std::ostringstream text;
-    text << "<AVAudioUnit: " << object << '>';
-    return text.str();
-}
 
 bool hasCustomView(AVAudioUnit& synthNode) {
     const auto configuration = synthNode.copyConfigurationInfo();
@@ -36,6 +28,7 @@ void AudioEngine::setUpAllMicroUnits(bool restore, bool log) {
         parameters->log = log;
         parameters->restore = restore;
         parameters->microUnitNumber = number;
+        parameters->setUpNumber = _setUpNumber;
         instantiateMicroUnit(parameters);
     }
     waitForAllMicroUnits();
@@ -52,6 +45,7 @@ void AudioEngine::instantiateMicroUnit(const SharedParameters& parameters) {
     _platform.components.instantiateWithComponentDescription(
         _synthDescription, kLoadInProcess,
         [this, parameters](std::shared_ptr<AVAudioUnit> instance, const std::optional<Error>& error) {
+            if (!isOfPresentSetUp(*parameters)) return;
             if (error) {
                 std::string name = instance != nullptr ? instance->name() : std::string();
                 if (name.empty() || name == "(null)")
@@ -64,7 +58,13 @@ void AudioEngine::instantiateMicroUnit(const SharedParameters& parameters) {
         });
 }
 
+// The main thread serves the user while it waits for the units, and he may choose another instrument again.
+bool AudioEngine::isOfPresentSetUp(const InstantiateParameters& parameters) const {
+    return parameters.setUpNumber == _setUpNumber;
+}
+
 void AudioEngine::logInstantiateMicroUnit(const std::string& name, const Error& error) {
+    _instrumentTrial.keepMark();
     Log::write("AudioEngine: [%@] unable to init %@, exiting. Error {%@}",
                {"logInstantiateMicroUnit:withError:", name, error.description});
     presentErrorAndExit(
@@ -86,10 +86,12 @@ void AudioEngine::triggerCompleteMicroUnitInstall(const SharedParameters& parame
 }
 
 void AudioEngine::completeMicroUnitInstall(const SharedParameters& parameters) {
+    const std::lock_guard lock(_installing);
+    if (!isOfPresentSetUp(*parameters)) return;
     const std::shared_ptr<AVAudioUnit>& synthNode = parameters->synthNode;
     if (parameters->log) {
         Log::write("AudioEngine: [%@] %@ %@ set up %@",
-                   {"completeMicroUnitInstall:", synthNode->name(), objectDescription(synthNode.get()),
+                   {"completeMicroUnitInstall:", synthNode->name(), synthNode->description(),
                     parameters->hasCustomView ? "with custom view" : "without custom view"});
     }
     _avEngine->attachNode(synthNode);
@@ -99,6 +101,7 @@ void AudioEngine::completeMicroUnitInstall(const SharedParameters& parameters) {
         startRunning();
     }
     setMicroUnit(synthNode, *parameters);
+    presetFromDefaults(parameters->microUnitNumber);
     checkWhetherAllMicroUnitsAreSetup();
 }
 
@@ -123,7 +126,9 @@ void AudioEngine::sendMicroTunings() {
     for (std::uint32_t channel = 0; channel < 16; ++channel) {
         std::uint32_t value = 8192;
         for (std::int32_t number = kUnitCount; number >= 1; --number) {
-            MusicDeviceMIDIEvent(audioUnitFromMicroUnit(number), 0xE0 + channel, value & 0x7F, value >> 7, 0);
+            const auto synthNode = microUnitSynthNode(number);
+            MusicDeviceMIDIEvent(synthNode ? synthNode->audioUnit() : nullptr, 0xE0 + channel, value & 0x7F, value >> 7,
+                                 0);
             // The cut makes a step 409 instead of 409.6; the units have always been tuned by it.
             value = static_cast<std::uint32_t>(static_cast<float>(value) + 409.6F);
         }
@@ -136,15 +141,47 @@ void AudioEngine::setupMicroUnitsWithDescription(const AudioComponentDescription
     if (_mixerNode == nullptr) setUpMixerNode();
     cleanAllMicroUnits(false);
     setUpAllMicroUnits(true, true);
+    announceNewUnits();
 }
 
-void AudioEngine::cleanAllMicroUnits(bool /*flag*/) {
+// The editors are given a moment to be there.
+void AudioEngine::announceNewUnits() {
+    if (_viewAnnouncement != nullptr) _viewAnnouncement->invalidate();
+    const std::weak_ptr<AVAudioUnit> first = microUnitSynthNode(1);
+    _viewAnnouncement =
+        Timer::after(std::chrono::seconds(1), [this, first](Timer&) { microUnitAuViewDidChange(first.lock()); });
+    RunLoop& runLoop = RunLoop::current() != nullptr ? *RunLoop::current() : _application.mainRunLoop();
+    runLoop.add(_viewAnnouncement);
+}
+
+void AudioEngine::microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode) {
+    if (synthNode == nullptr) return;
+    _enabledAUPropertyIDs.drop();
+    _application.microUnitAuViewDidChange(synthNode);
+}
+
+void AudioEngine::cleanAllMicroUnits(bool flag) {
+    if (isRecording())
+        _application.mainRunLoop().perform([&application = _application] { application.statusDidChange(); });
+    stopRecording();
     stopRunning();
-    for (const auto& unit : _microUnits) {
-        if (const auto synthNode = unit->synthNode()) _avEngine->detachNode(synthNode);
-        unit->setContents({});
-    }
+    removeAllAUParameterListeners(flag);
+    removeAllAUPropertyListeners(flag);
+    const std::lock_guard lock(_installing);
+    ++_setUpNumber;
+    for (const auto& unit : _microUnits) emptyMicroUnit(*unit);
+    _enabledAUPropertyIDs.drop();
     _allMicroUnitsAreSetUp.store(false, std::memory_order_release);
+}
+
+// An editor may keep the instance a while longer, but what it does there concerns no other any more.
+void AudioEngine::emptyMicroUnit(MicroUnit& unit) {
+    if (const auto synthNode = unit.synthNode()) {
+        synthNode->audioUnit()->propertyListeners().removeAllOf(this);
+        synthNode->audioUnit()->parameterListeners().removeAllOf(_ref);
+        _avEngine->detachNode(synthNode);
+    }
+    unit.setContents({});
 }
 
 MicroUnit& AudioEngine::microUnitFromNumber(std::int32_t number) {
@@ -172,10 +209,8 @@ std::int32_t AudioEngine::microUnitNumberFromSynthNode(const AVAudioUnit* node) 
 
 void AudioEngine::removeMicroUnit(std::int32_t number) {
     MicroUnit& unit = microUnitFromNumber(number);
-    const auto synthNode = unit.synthNode();
-    if (synthNode == nullptr) return;
-    _avEngine->detachNode(synthNode);
-    unit.setContents({});
+    if (unit.synthNode() == nullptr) return;
+    emptyMicroUnit(unit);
     _allMicroUnitsAreSetUp.store(false, std::memory_order_release);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 
+#include "Platform/Foundation/Folders.h"
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Log.h"
 
@@ -13,20 +14,29 @@ constexpr std::uint32_t kBufferFrames = 512;
 
 }  // namespace
 
-AudioEngine::AudioEngine(RunLoop& playerThread, AudioPlatform& platform, Application& application)
-    : _playerThread(playerThread), _platform(platform), _application(application) {
+AudioEngine::AudioEngine(RunLoop& playerThread, AudioPlatform& platform, Application& application,
+                         UserDefaults& defaults)
+    : _playerThread(playerThread),
+      _platform(platform),
+      _application(application),
+      _defaults(defaults),
+      _instrumentTrial(userSupportFolder() / "loading") {
     for (auto& unit : _microUnits) unit = std::make_unique<MicroUnit>();
     initAudioDevices();
     initMusicDevices();
 }
 
 AudioEngine::~AudioEngine() {
-    _platform.components.waitForRequests();
+    _platform.components.cancelRequests();
+    if (_viewAnnouncement != nullptr) _viewAnnouncement->invalidate();
     cleanAllMicroUnits(false);
     prepareToDealloc();
+    AUListenerDispose(_ref);
 }
 
 void AudioEngine::prepareToDealloc() {
+    removeAllAUParameterListeners(false);
+    removeAllAUPropertyListeners(false);
     removeDefaultOutputPropertyListener();
     finishRecording();
     if (_mixerNode != nullptr) _mixerNode->removeTapOnBus(0);

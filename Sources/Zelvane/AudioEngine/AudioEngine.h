@@ -6,8 +6,13 @@
 #include "Platform/Audio/Graph/AudioPlatform.h"
 #include "Platform/Foundation/RunLoop.h"
 #include "Platform/Foundation/Timer.h"
+#include "Platform/Foundation/UserDefaults.h"
 #include "Sources/Application.h"
+#include "Sources/ProgressTextField.h"
+#include "Sources/Zelvane/AudioEngine/EnabledPropertyIDs.h"
+#include "Sources/Zelvane/AudioEngine/EnabledPropertyIDsFile.h"
 #include "Sources/Zelvane/AudioEngine/InstantiateParameters/InstantiateParameters.h"
+#include "Sources/Zelvane/AudioEngine/InstrumentTrial.h"
 #include "Sources/Zelvane/AudioEngine/MicroUnit/MicroUnit.h"
 #include "Sources/Zelvane/AudioEngine/RecorderTap.h"
 #include "Sources/Zelvane/AudioEngine/RecordingReports.h"
@@ -19,6 +24,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,7 +39,7 @@ class AudioEngine {
     static constexpr std::size_t kMicroUnitCount = 10;
 
     /// Ends with the default instrument playing, or with the fatal-error path started.
-    AudioEngine(RunLoop& playerThread, AudioPlatform& platform, Application& application);
+    AudioEngine(RunLoop& playerThread, AudioPlatform& platform, Application& application, UserDefaults& defaults);
     ~AudioEngine();
     AudioEngine(const AudioEngine&) = delete;
     AudioEngine& operator=(const AudioEngine&) = delete;
@@ -45,8 +51,20 @@ class AudioEngine {
     void setAudioDeviceFromName(const std::string& name);
     std::vector<AVAudioUnitComponent> findAllMusicDevices();
     std::vector<std::string> musicDevices() const;
-    /// Switches the instrument and returns when it is set up; with a name that is not in the table it tells the user.
+    /// Switches the instrument and returns when it is set up; what sounds ends. With a name that is not in the table,
+    /// or of one that is not there any more, it tells the user, and the present one stays.
     void setMusicDeviceFromName(const std::string& name);
+    /// Brings the table up to date when instruments have come or gone.
+    void updateMusicDevices();
+    /// The instrument with which an earlier run came to its end while it was new, if any; asked once, at the start.
+    std::optional<std::string> takeInstrumentOfDeadRun() { return _instrumentTrial.takeInstrumentOfDeadRun(); }
+
+    /// Tests every instrument in a process of its own, keeps those that can be played, and returns after the last. What
+    /// it does is shown in the text field, which may be null, on the thread given. One that can't be played ends the
+    /// application.
+    void scanMusicDevicesWithProgressTextField(const std::shared_ptr<ProgressTextField>& textField, RunLoop& onThread);
+    /// Those found usable by the scans of this run.
+    const std::vector<std::string>& whitelistedMusicDeviceNames() const { return _whitelistedMusicDeviceNames; }
 
     // The graph.
     void startRunning();  ///< Also on the player thread.
@@ -74,6 +92,7 @@ class AudioEngine {
     /// Throws RangeError outside 1 to 10.
     MicroUnit& microUnitFromNumber(std::int32_t number);
     std::shared_ptr<AVAudioUnit> microUnitSynthNode(std::int32_t number);
+    /// Only good as long as the unit stays in its slot: main thread.
     AudioUnit* audioUnitFromMicroUnit(std::int32_t number);
     /// The number of the first slot that holds that very node, or 0; no node is found in the first empty slot.
     std::int32_t microUnitNumberFromSynthNode(const AVAudioUnit* node) const;
@@ -81,6 +100,41 @@ class AudioEngine {
     static void turnOffReverb(AVAudioUnit& synthNode);
     /// Always leaves the units marked as set up; kept for its callers.
     void checkAlllMicroUnitsAreSetUp();
+
+    // Edits of one unit, the source, are copied to the nine others. Main thread.
+    static constexpr struct PropertyIDRange { AudioUnitPropertyID first, last; } kProbedPropertyIDs{4, 4294967294};
+
+    /// Makes a unit that has an editor the source.
+    void propagateFromMicroUnitNumber(std::int32_t number);
+    /// Modus 0 removes the listeners, 1 installs them, any other copies the present values at once.
+    void setAudioUnitParameterListeners(MicroUnit& source, std::int32_t modus, bool log);
+    void setAudioUnitPropertyListeners(MicroUnit& source, std::int32_t modus, bool log);
+    void removeAllAUParameterListeners(bool log);
+    void removeAllAUPropertyListeners(bool log);
+    void checkToEnableAUPropertyListener(AudioUnitPropertyID id, AVAudioUnit& node, bool log);
+    void removeAUPropertyListener(AudioUnitPropertyID id, AVAudioUnit& node, bool log);
+    void sendAUPropertiesToPropertyListeners(AVAudioUnit& node, bool log);
+    void sendToAudioUnitAUPropertyListener(AudioUnitPropertyID id, AVAudioUnit& node, const std::string& name,
+                                           bool log);
+    bool isInEnabledInAUPropertyList(AudioUnitPropertyID id) const;
+    /// Finds the writable properties of an instrument by asking for every ID, and keeps the list on disk. The window
+    /// that shows how far it has come lives. False, with no list kept, when the units are replaced meanwhile or the
+    /// application ends.
+    bool probeAUProperties(const std::shared_ptr<AVAudioUnit>& node, bool log,
+                           PropertyIDRange range = kProbedPropertyIDs);
+    static std::string audioUnitPropertyNameFromID(AudioUnitPropertyID id);
+    static std::filesystem::path pathToEnabledPropertyIDsFile(const AVAudioUnit& node, SearchPathDomain domain,
+                                                              bool create);
+    void showScanProgress(const std::string& instrument);
+    void incrementScanProgress(AudioUnitPropertyID id);
+    void hideScanProgress();
+    /// What an instrument's units are set to, from run to run. Also on the player thread.
+    void storeCurrentPresetToDefaults(std::int32_t number);
+    void presetFromDefaults(std::int32_t number);
+    /// The window of the editors is about to close: true, and the presets are stored.
+    bool windowShouldClose();
+    /// The units are other ones; the node is the first unit's, or null when there is none.
+    void microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode);
 
     // Flags, any thread.
     bool allMicroUnitsAreSetUp() const { return _allMicroUnitsAreSetUp.load(std::memory_order_acquire); }
@@ -110,6 +164,15 @@ class AudioEngine {
 
   private:
     using SharedParameters = std::shared_ptr<InstantiateParameters>;
+    struct Scan;
+
+    /// A parameter of the source with what its listeners are told apart by.
+    struct ListenedParameter {
+        const AVAudioUnit& node;
+        AudioUnitParameter parameter;
+        float value;
+        std::string name;
+    };
 
     void initAudioDevices();
     void addAudioDevice(AudioObjectID device);
@@ -138,6 +201,30 @@ class AudioEngine {
     void setMicroUnit(const std::shared_ptr<AVAudioUnit>& synthNode, const InstantiateParameters& parameters);
     void checkWhetherAllMicroUnitsAreSetup();
 
+    void announceNewUnits();
+    void emptyMicroUnit(MicroUnit& unit);
+    bool isOfPresentSetUp(const InstantiateParameters& parameters) const;
+    bool isOffered(const AudioComponentDescription& description);
+    void tellOfMissingInstrument(const std::string& name);
+    std::vector<std::uint64_t> blocksRendered() const;
+
+    void finishScanOf(const std::shared_ptr<Scan>& scan, std::size_t index, const std::string& instanceName,
+                      bool isUsable);
+    void whitelist(const AVAudioUnitComponent& component, const std::string& instanceName);
+    void endForUnusable(const AVAudioUnitComponent& component);
+
+    void endPropertySources();
+    void removeParameterListeners(const ListenedParameter& listened, bool log);
+    void addParameterListeners(const ListenedParameter& listened, bool log);
+    void copyParameter(const ListenedParameter& listened, bool log);
+    static void logParameter(const char* pattern, const ListenedParameter& listened);
+    void addPropertyListeners(const std::shared_ptr<AVAudioUnit>& node, bool log);
+    void removePropertyListeners(AVAudioUnit& node, bool log);
+    bool findEnabledPropertyIDs(const std::shared_ptr<AVAudioUnit>& node, bool log, std::string& path);
+    void postToWindow(RunLoop::Work work);
+    static void formatAUPropertyInstallLog(AudioUnitPropertyID id, const AVAudioUnit& node);
+    static void formatAUPropertyRemoveLog(AudioUnitPropertyID id, const AVAudioUnit& node);
+
     void setUpStreamFormats();
     void followPhysicalFormat();
     void removeDefaultOutputPropertyListener();
@@ -146,11 +233,17 @@ class AudioEngine {
     RunLoop& _playerThread;
     AudioPlatform& _platform;
     Application& _application;
+    UserDefaults& _defaults;
 
     std::array<std::unique_ptr<MicroUnit>, kMicroUnitCount> _microUnits;
     AudioComponentDescription _synthDescription;
     std::map<std::string, AudioObjectID> _outputDevicesMap;
     std::map<std::string, AVAudioUnitComponent> _musicDevicesMap;
+    std::vector<std::string> _whitelistedMusicDeviceNames;
+    InstrumentTrial _instrumentTrial;
+    EnabledPropertyIDs _enabledAUPropertyIDs;
+    AUParameterListenerRef _ref;
+    std::shared_ptr<Timer> _viewAnnouncement;
     std::unique_ptr<AVAudioEngine> _avEngine;
     AVAudioMixerNode* _mixerNode = nullptr;
     AVAudioOutputNode* _outputNode = nullptr;
@@ -162,6 +255,8 @@ class AudioEngine {
 
     std::atomic<bool> _avIsRunning{false};            // main and player thread
     std::atomic<bool> _allMicroUnitsAreSetUp{false};  // written by main and player thread, read by both
+    std::mutex _installing;                           // main and player thread: a unit is installed whole or not at all
+    std::atomic<std::uint64_t> _setUpNumber{0};       // written by the main thread, read by loader and player thread
     std::atomic<bool> _isListening{false};            // written by the main thread, read by the player thread
     std::atomic<bool> _isRecordingEnabled{false};     // main and player thread
     std::atomic<bool> _isRecording{false};            // written by the main thread, read by the audio thread too

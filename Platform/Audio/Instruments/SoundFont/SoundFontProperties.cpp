@@ -31,12 +31,14 @@ UnitProperty valueProperty(AudioUnitPropertyID id, Get get, Set set) {
 /// A property whose value refers to an object: `get` makes one, `set` takes one.
 template <typename Get, typename Set>
 UnitProperty objectProperty(AudioUnitPropertyID id, Get get, Set set) {
-    return valueProperty<PropertyReference>(
+    UnitProperty property = valueProperty<PropertyReference>(
         id, [get] { return retainProperty(get()); },
         [set](PropertyReference reference) {
             const auto object = propertyObject(reference);
             return object == nullptr ? kAudioUnitErr_InvalidPropertyValue : set(*object);
         });
+    property.holdsReference = true;
+    return property;
 }
 
 UnitProperty classInfo(AudioUnitPropertyID id, SoundFontInstrument& instrument) {

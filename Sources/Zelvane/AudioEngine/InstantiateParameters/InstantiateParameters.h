@@ -15,6 +15,7 @@ struct InstantiateParameters {
     bool log = false;      ///< tell when it is set up
     bool didInstantiate = false;
     std::int32_t microUnitNumber = 0;  ///< 1 to 10
+    std::uint64_t setUpNumber = 0;     ///< tells a request of the present set-up from one that came too late
     std::shared_ptr<ViewController> auViewController;
     std::shared_ptr<AVAudioUnit> synthNode;
 };

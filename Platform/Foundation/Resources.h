@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace zelvane {
+
+/// Where the program's own file NAME.TYPE is: in "share/Zelvane" beside the folder of the program that runs, be it
+/// built or installed, else in "Zelvane" in one of the data folders. None when there is no such file, and for names
+/// that would lead out of the folder. Any thread.
+std::optional<std::filesystem::path> resourceFile(const std::string& name, const std::string& type);
+
+}  // namespace zelvane

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Audio/Units/AUListener.h"
+#include "Platform/Audio/Units/InstrumentUnit.h"
+#include "Platform/Foundation/RunLoop.h"
+#include "Tests/Fakes/DrivenClock.h"
+#include "Tests/Fakes/RecordingInstrument.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <thread>
+
+namespace zelvane {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr AudioUnitPropertyID kNumber = RecordingInstrument::kNumber;
+
+struct Unit : InstrumentUnit {
+    Unit() : InstrumentUnit(std::make_unique<RecordingInstrument>()) {}
+
+    OSStatus setNumber(std::uint64_t value) {
+        return AudioUnitSetProperty(this, kNumber, kAudioUnitScope_Global, 0, &value, sizeof value);
+    }
+    AudioUnitParameter gain() { return {this, 7, kAudioUnitScope_Global, 0}; }
+};
+
+/// What a listener was told.
+struct Heard {
+    static void parameter(void* self, void* object, const AudioUnitParameter&, float value) {
+        static_cast<Heard*>(self)->values.emplace_back(*static_cast<const char*>(object), value);
+    }
+    static void property(void* self, AudioUnit*, AudioUnitPropertyID, AudioUnitScope, AudioUnitElement) {
+        ++static_cast<Heard*>(self)->properties;
+    }
+
+    std::vector<std::pair<char, float>> values;
+    std::atomic<int> properties{0};
+};
+
+OSStatus edit(Unit& unit, float value, const AUParameterListenerRef& sender = nullptr, void* object = nullptr) {
+    return AUParameterSet(sender, object, unit.gain(), value, 0);
+}
+
+TEST(PropertyListeners, AreCalledForWhatIsSetUntilTheyAreRemoved) {
+    Unit unit;
+    Heard heard;
+    EXPECT_EQ(AudioUnitAddPropertyListener(&unit, 4711, Heard::property, &heard), kAudioUnitErr_InvalidProperty);
+    EXPECT_EQ(AudioUnitAddPropertyListener(&unit, kNumber, Heard::property, &heard), kNoError);
+    EXPECT_EQ(AudioUnitAddPropertyListener(&unit, kNumber, Heard::property, &heard), kNoError);
+    unit.setNumber(1);
+    EXPECT_EQ(heard.properties, 2);
+    const std::uint32_t tooShort = 1;
+    AudioUnitSetProperty(&unit, kNumber, 0, 0, &tooShort, sizeof tooShort);
+    AudioUnitSetProperty(&unit, kMusicDeviceProperty_UsesInternalReverb, 0, 0, &tooShort, sizeof tooShort);
+    EXPECT_EQ(heard.properties, 2) << "of what was refused, or is another property";
+    EXPECT_NE(AudioUnitRemovePropertyListenerWithUserData(&unit, kNumber, Heard::property, nullptr), kNoError);
+    EXPECT_EQ(AudioUnitRemovePropertyListenerWithUserData(&unit, kNumber, Heard::property, &heard), kNoError);
+    EXPECT_NE(AudioUnitRemovePropertyListenerWithUserData(&unit, kNumber, Heard::property, &heard), kNoError);
+    unit.setNumber(2);
+    EXPECT_EQ(heard.properties, 2);
+}
+
+/// Copies what it hears of to another unit, as two editors that are open at a time would have it.
+struct Copier {
+    static void copy(void* self, AudioUnit* source, AudioUnitPropertyID id, AudioUnitScope, AudioUnitElement) {
+        auto* other = static_cast<Copier*>(self)->target;
+        std::uint64_t value = 0;
+        std::uint32_t size = sizeof value;
+        AudioUnitGetProperty(source, id, kAudioUnitScope_Global, 0, &value, &size);
+        auto& back = *static_cast<Copier*>(self)->back;
+        const bool wasThere = AudioUnitRemovePropertyListenerWithUserData(other, id, copy, &back) == kNoError;
+        AudioUnitSetProperty(other, id, kAudioUnitScope_Global, 0, &value, size);
+        if (wasThere) AudioUnitAddPropertyListener(other, id, copy, &back);
+    }
+    AudioUnit* target = nullptr;
+    Copier* back = nullptr;
+};
+
+TEST(PropertyListeners, TwoThreadsThatCopyToEachOtherDoNotStandStillWhileListenersComeAndGo) {
+    Unit first, second;
+    Copier forth{&second, nullptr}, back{&first, &forth};
+    forth.back = &back;
+    AudioUnitAddPropertyListener(&first, kNumber, Copier::copy, &forth);
+    AudioUnitAddPropertyListener(&second, kNumber, Copier::copy, &back);
+    const auto setOften = [](Unit& unit) {
+        for (std::uint64_t i = 0; i < 3000; ++i) unit.setNumber(i);
+    };
+    std::thread one([&] { setOften(first); });
+    std::thread two([&] { setOften(second); });
+    Heard heard;
+    for (int i = 0; i < 3000; ++i) {
+        AudioUnitAddPropertyListener(&first, kNumber, Heard::property, &heard);
+        AudioUnitRemovePropertyListenerWithUserData(&first, kNumber, Heard::property, &heard);
+    }
+    one.join();
+    two.join();
+    EXPECT_EQ(first.setNumber(5), kNoError);
+}
+
+struct SlowListener {
+    static void hear(void* self, AudioUnit*, AudioUnitPropertyID, AudioUnitScope, AudioUnitElement) {
+        auto& slow = *static_cast<SlowListener*>(self);
+        slow.isInside = true;
+        while (!slow.mayEnd) std::this_thread::yield();
+        slow.isInside = false;
+    }
+    std::atomic<bool> isInside{false}, mayEnd{false};
+};
+
+TEST(PropertyListeners, RemovingAllOfOneWaitsForTheCallOfAnotherThread) {
+    Unit unit;
+    SlowListener slow;
+    AudioUnitAddPropertyListener(&unit, kNumber, SlowListener::hear, &slow);
+    std::thread editor([&] { unit.setNumber(1); });
+    while (!slow.isInside) std::this_thread::yield();
+    std::thread letGo([&] { slow.mayEnd = true; });
+    unit.propertyListeners().removeAllOf(&slow);
+    EXPECT_FALSE(slow.isInside);
+    letGo.join();
+    editor.join();
+    unit.setNumber(2);
+    EXPECT_FALSE(slow.isInside);
+}
+
+TEST(ParameterListeners, HearTheNewestValueOnceInAnIntervalForEachObject) {
+    DrivenClock clock;
+    RunLoop loop(clock);
+    loop.attachToCurrentThread();
+    Unit unit, other;
+    Heard heard;
+    char a = 'a', b = 'b', c = 'c';
+    AUParameterListenerRef listener;
+    ASSERT_EQ(AUListenerCreate(Heard::parameter, &heard, nullptr, 100ms, listener), kNoError);
+    for (char* object : {&a, &b, &a}) EXPECT_EQ(AUListenerAddParameter(listener, object, unit.gain()), kNoError);
+    AUListenerAddParameter(listener, &c, other.gain());
+    EXPECT_EQ(AUListenerAddParameter(listener, &a, {&unit, 8, 0, 0}), kAudioUnitErr_InvalidParameter);
+    const auto runDue = [&] {
+        heard.values.clear();
+        while (loop.runOnce(clock.now())) {
+        }
+    };
+    edit(unit, 0.5F);
+    edit(unit, 1.5F);
+    EXPECT_THAT(heard.values, IsEmpty()) << "not within the edit";
+    runDue();
+    EXPECT_THAT(heard.values, ElementsAre(std::pair('a', 1.5F), std::pair('b', 1.5F)));
+    edit(unit, 0.7F, listener, &a);
+    clock.advance(99ms);
+    runDue();
+    EXPECT_THAT(heard.values, IsEmpty());
+    clock.advance(1ms);
+    runDue();
+    EXPECT_THAT(heard.values, ElementsAre(std::pair('b', 0.7F))) << "the sender knows it";
+
+    EXPECT_EQ(AUListenerRemoveParameter(listener, &b, unit.gain()), kNoError);
+    EXPECT_EQ(AUListenerRemoveParameter(listener, &b, unit.gain()), kAudioUnitErr_InvalidParameter);
+    edit(unit, 0.1F);
+    clock.advance(1s);
+    runDue();
+    EXPECT_THAT(heard.values, ElementsAre(std::pair('a', 0.1F)));
+    edit(unit, 0.2F);
+    const AUParameterListenerRef kept = listener;
+    AUListenerDispose(listener);
+    clock.advance(1s);
+    runDue();
+    EXPECT_THAT(heard.values, IsEmpty());
+}
+
+TEST(ParameterListeners, AThreadWithoutARunLoopTellsAtOnceAndAGoneUnitNeverAgain) {
+    Heard heard;
+    char a = 'a';
+    AUParameterListenerRef listener;
+    AUListenerCreate(Heard::parameter, &heard, nullptr, 100ms, listener);
+    DrivenClock clock;
+    RunLoop loop(clock);
+    {
+        Unit unit;
+        AUListenerAddParameter(listener, &a, unit.gain());
+        std::thread([&] { edit(unit, 0.5F); }).join();
+        EXPECT_THAT(heard.values, SizeIs(1));
+        loop.perform([&] { edit(unit, 0.6F); });
+        loop.runOnce(clock.now());
+    }
+    clock.advance(1s);
+    while (loop.runOnce(clock.now())) {
+    }
+    EXPECT_THAT(heard.values, SizeIs(1));
+}
+
+}  // namespace
+}  // namespace zelvane

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Audio/Units/AVAudioUnit.h"
+
+#include <memory>
+#include <utility>
+
+namespace zelvane {
+
+/// A desktop whose editors show nothing.
+class FakeViewControllers final : public ViewControllerProvider {
+  public:
+    bool hasViewController(const AVAudioUnitComponent&) override { return true; }
+    void requestViewController(AVAudioUnit&, Handler handler) override { handler(std::make_shared<ViewController>()); }
+};
+
+}  // namespace zelvane
