@@ -31,7 +31,7 @@ class AudioComponentProvider {
     /// What the user may install to have instruments of this format; shown when there are none at all.
     virtual std::string installationAdvice() const { return {}; }
 
-    /// What can be made now. Control threads.
+    /// What can be made now. Control threads, one at a time, also while an instance is made.
     virtual std::vector<AVAudioUnitComponent> components() = 0;
 
     /// Makes one instance, not yet prepared. Null, with the reason, when it can't be made. Called on the loader thread.

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// A crash has to look like one to who waits for this program, also where a sanitizer would report it and end the
+// program in good order; and memory that a library loses is not for us to judge.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+
+namespace {
+constexpr const char* kDefaults =
+    "handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0:handle_abort=0:allocator_may_return_null=1";
+}
+
+extern "C" const char* __asan_default_options();
+extern "C" const char* __tsan_default_options();
+
+extern "C" const char* __asan_default_options() {
+    return kDefaults;
+}
+
+extern "C" const char* __tsan_default_options() {
+    return kDefaults;
+}
+
+#endif
+#endif
