@@ -2,9 +2,9 @@
 #include "Platform/Foundation/SpawnedProcess.h"
 
 #include <fcntl.h>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -130,7 +130,7 @@ SpawnedProcess::SpawnedProcess(const std::vector<std::string>& command, const Pr
     _process = spawn(start);
     if (_process <= 0) return;
     ::setpgid(_process, _process);  // whichever of the two is first
-    _handle = FileDescriptor(::pidfd_open(_process, 0));
+    _handle = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, _process, 0)));
 }
 
 SpawnedProcess::~SpawnedProcess() {

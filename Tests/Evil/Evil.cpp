@@ -4,18 +4,18 @@
 #include <lv2/core/lv2.h>
 #include <lv2/midi/midi.h>
 #include <lv2/urid/urid.h>
-
 #include <unistd.h>
 
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <numbers>
 
-// A sine with a bend of EVIL_BEND cents that does one thing no instrument should do, EVIL_DEED, at the moment EVIL_MOMENT:
-// both are numbers of the list in the build file.
+// A sine with a bend of EVIL_BEND cents that does one thing no instrument should do, EVIL_DEED, at the moment
+// EVIL_MOMENT: both are numbers of the list in the build file.
 namespace {
 
 enum Deed { none, crash, abortion, hang, leave, gorge, notANumber, crawl, extraPort };

@@ -78,7 +78,7 @@ BundleStamps bundleStamps(const std::vector<std::filesystem::path>& folders) {
         const OpenFolder open(::opendir(folder.c_str()));
         if (!open) continue;
         while (const dirent* entry = ::readdir(open.get())) {
-            const auto bundle = folder / entry->d_name;
+            const auto bundle = (folder / entry->d_name).lexically_normal();
             const OpenFolder inside(isEntry(*entry) ? ::opendir(bundle.c_str()) : nullptr);
             if (inside) stamps.try_emplace(bundle, stampOf(inside.get()));
         }

@@ -85,11 +85,12 @@ class Refresh {
     }
 
     static bool isTheSame(const CachedInstrument& known, const CachedInstrument& found) {
-        return known.stamp == found.stamp && known.entry.bundles.front() == found.entry.bundles.front();
+        return !known.stamp.empty() && known.stamp == found.stamp &&
+               known.entry.bundles.front() == found.entry.bundles.front();
     }
 
     std::string stampOf(const Lv2Plugin& plugin) const {
-        const auto found = _stamps.find(plugin.bundle);
+        const auto found = _stamps.find(plugin.bundle.lexically_normal());
         return found == _stamps.end() ? std::string() : found->second;
     }
 

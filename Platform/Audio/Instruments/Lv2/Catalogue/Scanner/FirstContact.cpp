@@ -38,10 +38,6 @@ std::vector<TimedMIDI> chord(std::uint8_t status) {
     return {{0, status, 60, 100}, {100, status, 64, 100}, {200, status, 67, 100}};
 }
 
-bool isFinite(const std::vector<float>& samples) {
-    return std::all_of(samples.begin(), samples.end(), [](float sample) { return std::isfinite(sample); });
-}
-
 /// In the form that is read back in every locale.
 std::string inDigits(double number) {
     std::array<char, 32> text{};
@@ -89,8 +85,8 @@ void FirstContact::run() {
     _report(contact::kDone);
 }
 
-std::unique_ptr<Instrument> FirstContact::make(Error& error) {
-    auto unit = _maker(error);
+std::unique_ptr<Lv2Instrument> FirstContact::make(Error& error) {
+    auto unit = Lv2Instrument::make(_entry, error);
     if (unit == nullptr || unit->prepare(kSampleRate, kBlock) == 0) return unit;
     error.description = localizedString("It can't be played at 48000 Hz.");
     return nullptr;
@@ -106,11 +102,11 @@ std::string FirstContact::makeUnits() {
     return {};
 }
 
-std::string FirstContact::renderBlock(Instrument& unit, std::span<const TimedMIDI> events) {
+std::string FirstContact::renderBlock(Lv2Instrument& unit, std::span<const TimedMIDI> events) {
     _left.assign(kBlock, 0);
     _right.assign(kBlock, 0);
     unit.render(events, _left.data(), _right.data(), kBlock);
-    if (isFinite(_left) && isFinite(_right)) return {};
+    if (unit.faults().mutedBlocks == 0) return {};
     return localizedString("It made sound that is not a number.");
 }
 
@@ -165,7 +161,7 @@ std::vector<float> FirstContact::sound(std::uint8_t key, std::uint16_t bend) {
 void FirstContact::measureBend() {
     constexpr double kLeastPeak = 1e-5;
     constexpr double kLeastBend = 1;  // cents
-    for (const std::uint8_t key : {60, 48, 72, 36}) {
+    for (const std::uint8_t key : std::array<std::uint8_t, 4>{60, 48, 72, 36}) {
         const auto straight = sound(key, kCentre);
         const bool isHeard =
             std::any_of(straight.begin(), straight.end(), [](float sample) { return std::abs(sample) > kLeastPeak; });

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Platform/Audio/Instruments/Lv2/Lv2Entry.h"
-#include "Platform/Audio/Units/Instrument.h"
+#include "Platform/Audio/Instruments/Lv2/Lv2Instrument.h"
 #include "Platform/Foundation/Error.h"
 
 #include <cstdint>
@@ -18,29 +18,26 @@ namespace zelvane {
 /// does it: whatever goes wrong may end the process. In a process of its own.
 class FirstContact {
   public:
-    using Maker = std::function<std::unique_ptr<Instrument>(Error&)>;
     /// Told lines of the report.
     using Report = std::function<void(const std::string& line)>;
 
-    FirstContact(Maker maker, Report report) : _maker(std::move(maker)), _report(std::move(report)) {}
+    FirstContact(Lv2Entry entry, Report report) : _entry(std::move(entry)), _report(std::move(report)) {}
 
     void run();
 
   private:
-    using Units = std::vector<std::unique_ptr<Instrument>>;
-
     std::string makeUnits();
     std::string play();
     std::string saveAndRestore();
     void measureBend();
 
-    std::unique_ptr<Instrument> make(Error& error);
-    std::string renderBlock(Instrument& unit, std::span<const TimedMIDI> events);
+    std::unique_ptr<Lv2Instrument> make(Error& error);
+    std::string renderBlock(Lv2Instrument& unit, std::span<const TimedMIDI> events);
     std::vector<float> sound(std::uint8_t key, std::uint16_t bend);
 
-    const Maker _maker;
+    const Lv2Entry _entry;
     const Report _report;
-    Units _units;
+    std::vector<std::unique_ptr<Lv2Instrument>> _units;
     std::vector<float> _left, _right;
 };
 

@@ -4,7 +4,6 @@
 #include "Platform/Audio/Instruments/Lv2/Catalogue/Refresh.h"
 #include "Platform/Audio/Instruments/Lv2/Catalogue/Scanner/AllocationWatch.h"
 #include "Platform/Audio/Instruments/Lv2/Catalogue/Scanner/FirstContact.h"
-#include "Platform/Audio/Instruments/Lv2/Lv2InstrumentFactory.h"
 #include "Platform/Foundation/LimitedProcess.h"
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Text.h"
@@ -16,6 +15,7 @@
 #include <iostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace zelvane {
@@ -35,7 +35,7 @@ void report(const std::string& line) {
 int contactInstrument(const std::vector<std::string>& words) {
     Lv2Entry entry{.uri = words[1], .name = words[1]};
     entry.bundles.assign(words.begin() + 2, words.end());
-    FirstContact([&](Error& error) { return makeLv2Instrument(entry, error); }, report).run();
+    FirstContact(std::move(entry), report).run();
     return EXIT_SUCCESS;
 }
 
