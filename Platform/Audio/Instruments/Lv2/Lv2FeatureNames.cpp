@@ -6,7 +6,6 @@
 #include <lv2/log/log.h>
 #include <lv2/options/options.h>
 #include <lv2/state/state.h>
-#include <lv2/uri-map/uri-map.h>
 #include <lv2/urid/urid.h>
 #include <lv2/worker/worker.h>
 
@@ -18,7 +17,6 @@ bool isLv2Feature(const std::string& uri) {
     // Some only say how a host behaves: buffers are never shared, blocks never cut without need, time is real.
     static const auto& names = *new std::set<std::string>{LV2_URID__map,
                                                           LV2_URID__unmap,
-                                                          LV2_URI_MAP_URI,
                                                           LV2_OPTIONS__options,
                                                           LV2_BUF_SIZE__boundedBlockLength,
                                                           LV2_BUF_SIZE_PREFIX "coarseBlockLength",
