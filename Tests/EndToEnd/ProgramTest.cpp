@@ -141,7 +141,11 @@ TEST(Program, WithoutAFontTheAlertNamesThePackage) {
     TemporaryFolder folder;
     const std::string output = folder.path / "output";
     ChildProcess player({"sh", "-c", R"(exec "$0" "$@" 2>&1)", ZELVANE_PROGRAM, "--headless", "--device", "null"},
-                        {{"HOME", folder.path}, {"XDG_DATA_HOME", folder.path}, {"XDG_DATA_DIRS", folder.path}},
+                        {{"HOME", folder.path},
+                         {"LV2_PATH", folder.path},
+                         {"XDG_CACHE_HOME", folder.path},
+                         {"XDG_DATA_HOME", folder.path},
+                         {"XDG_DATA_DIRS", folder.path}},
                         output);
     EXPECT_EQ(player.wait(), 1);
     std::ostringstream text;

@@ -32,7 +32,8 @@ class AVAudioUnitComponentManager {
     /// What the user may install when there are none; one line for each format that knows something.
     std::string installationAdvice() const;
 
-    /// Has the handler called, on any thread, when the components of a format have changed. Once.
+    /// Has the handler called, on any thread, when the components of a format have changed; an empty one ends that, and
+    /// when this returns the handler before it is not called any more. Control threads, not from within a handler.
     void setChangeHandler(const std::function<void()>& handler);
 
     /// Makes an instance of the first component of that type, subtype and manufacturer and calls the handler once, on

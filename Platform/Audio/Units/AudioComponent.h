@@ -43,7 +43,8 @@ class AudioComponentProvider {
         return instantiate(description, error) != nullptr;
     }
 
-    /// Has the handler called, on any thread, when `components` has changed. Once, before the first use.
+    /// Has the handler called, on any thread, when `components` has changed; an empty one ends that, and when
+    /// this returns the handler before it is not called any more. Control threads, not from within a handler.
     virtual void setChangeHandler(std::function<void()> /*handler*/) {}
 };
 

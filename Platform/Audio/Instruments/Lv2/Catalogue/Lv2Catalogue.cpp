@@ -62,7 +62,7 @@ std::shared_ptr<const Lv2Catalogue::Entries> Lv2Catalogue::entries() const {
 }
 
 void Lv2Catalogue::setChangeHandler(std::function<void()> handler) {
-    const std::lock_guard lock(_mutex);
+    const std::lock_guard lock(_handlerMutex);
     _changeHandler = std::move(handler);
 }
 
@@ -81,9 +81,9 @@ void Lv2Catalogue::reload() {
     const bool isChanged = _entries != nullptr && *_entries != *entries;
     _entries = std::move(entries);
     _stamp = std::move(cache.stamp);
-    const auto handler = isChanged ? _changeHandler : nullptr;
     lock.unlock();
-    if (handler) handler();
+    const std::lock_guard handling(_handlerMutex);
+    if (isChanged && _changeHandler) _changeHandler();
 }
 
 bool Lv2Catalogue::refresh(const std::function<void(const std::string& name)>& onTrying, const std::stop_token& stop,

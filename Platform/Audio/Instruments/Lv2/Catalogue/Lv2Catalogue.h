@@ -43,7 +43,8 @@ class Lv2Catalogue {
     /// What is known now. Any thread, never waits for a refresh.
     std::shared_ptr<const Entries> entries() const;
 
-    /// Has the handler called, on any thread, when the entries have changed. Any thread.
+    /// Has the handler called, on any thread, when the entries have changed. When this returns the handler before it is
+    /// not called any more. Any thread, but not from within a handler.
     void setChangeHandler(std::function<void()> handler);
 
     /// Whether the bundles are those that the cache tells of. Some milliseconds. Any thread.
@@ -67,7 +68,8 @@ class Lv2Catalogue {
     mutable std::mutex _mutex;
     std::shared_ptr<const Entries> _entries;  // guarded by _mutex
     std::string _stamp;                       // guarded by _mutex
-    std::function<void()> _changeHandler;     // guarded by _mutex
+    std::mutex _handlerMutex;                 // held while the handler is called
+    std::function<void()> _changeHandler;     // guarded by _handlerMutex
     std::jthread _refresher;
 };
 
