@@ -7,6 +7,7 @@
 #include "Platform/Audio/Instruments/Lv2/Catalogue/ContactReport.h"
 #include "Platform/Audio/Instruments/Lv2/Catalogue/UniqueNames.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2World.h"
+#include "Platform/Foundation/Collation.h"
 
 #include <algorithm>
 #include <chrono>
@@ -98,6 +99,9 @@ class Refresh {
         InstrumentCache cache = _cache;
         for (const auto& [uri, known] : _known) cache.instruments.push_back(known);
         makeNamesUnique(cache.instruments);
+        std::sort(cache.instruments.begin(), cache.instruments.end(), [](const auto& a, const auto& b) {
+            return localizedCaseInsensitiveLess(a.entry.name, b.entry.name);
+        });
         Error error;
         const bool isSaved = writeInstrumentCache(_settings.cacheFile, cache, error);
         _settings.report(isSaved ? contact::kSaved : std::string(contact::kFailed) + " " + error.description);
