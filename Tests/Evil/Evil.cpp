@@ -25,8 +25,8 @@ constexpr Deed kDeed = EVIL_DEED;
 constexpr Moment kMoment = EVIL_MOMENT;
 constexpr double kBend = EVIL_BEND;
 
-volatile bool isForEver = true;
-int* volatile nowhere = nullptr;
+[[maybe_unused]] volatile bool isForEver = true;
+[[maybe_unused]] int* volatile nowhere = nullptr;
 
 [[maybe_unused]] void useEightGigabytes() {
     constexpr std::size_t kSize = std::size_t{8} << 30;

@@ -45,7 +45,7 @@ class AudioComponentProvider {
 
     /// Has the handler called, on any thread, when `components` has changed; an empty one ends that, and when
     /// this returns the handler before it is not called any more. Control threads, not from within a handler.
-    virtual void setChangeHandler(std::function<void()> /*handler*/) {}
+    virtual void setChangeHandler(const std::function<void()>& /*handler*/) {}
 };
 
 }  // namespace zelvane

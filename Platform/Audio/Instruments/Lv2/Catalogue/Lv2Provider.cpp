@@ -61,8 +61,8 @@ bool Lv2Provider::testOutOfProcess(const AudioComponentDescription& description,
     return entry && _catalogue->test(*entry, error);
 }
 
-void Lv2Provider::setChangeHandler(std::function<void()> handler) {
-    _catalogue->setChangeHandler(std::move(handler));
+void Lv2Provider::setChangeHandler(const std::function<void()>& handler) {
+    _catalogue->setChangeHandler(handler);
 }
 
 // Whoever asks may have changed the flags: they say how to instantiate, not what.

@@ -24,7 +24,7 @@ class Lv2Provider : public AudioComponentProvider {
     std::vector<AVAudioUnitComponent> components() override;
     std::unique_ptr<Instrument> instantiate(const AudioComponentDescription& description, Error& error) override;
     bool testOutOfProcess(const AudioComponentDescription& description, Error& error) override;
-    void setChangeHandler(std::function<void()> handler) override;
+    void setChangeHandler(const std::function<void()>& handler) override;
 
   private:
     std::optional<Lv2Entry> find(const AudioComponentDescription& description, Error& error) const;
