@@ -6,6 +6,7 @@
 #include <lv2/atom/atom.h>
 #include <lv2/atom/util.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -73,12 +74,10 @@ PropertyList raw(Bytes bytes) {
 
 bool isWellFormedText(Bytes bytes) {
     if (bytes.empty() || bytes.back() != std::byte{0}) return false;
-    for (const std::byte byte : bytes.first(bytes.size() - 1)) {
+    return std::all_of(bytes.begin(), bytes.end() - 1, [](std::byte byte) {
         const auto character = std::to_integer<unsigned char>(byte);
-        const bool isPrintable = (character >= ' ' && character < 0x7F) || character == '\t' || character == '\n';
-        if (!isPrintable) return false;
-    }
-    return true;
+        return (character >= ' ' && character < 0x7F) || character == '\t' || character == '\n';
+    });
 }
 
 PropertyList archivedReal(double number, Bytes bytes) {

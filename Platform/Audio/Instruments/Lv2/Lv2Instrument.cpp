@@ -151,8 +151,8 @@ OSStatus Lv2Instrument::changeWhileStill(const Change& change) {
         Log::write("LV2: [%@] %@ does not come to the end of a block", {"restore", _source->plugin().name});
         return kAudioUnitErr_Uninitialized;
     }
+    const RunGate::Reopening reopening{*_gate};
     const OSStatus status = change(*_renderer->instance());
-    _gate->open();
     _mustSendBends.store(true, std::memory_order_release);
     _patches.ask();
     return status;
