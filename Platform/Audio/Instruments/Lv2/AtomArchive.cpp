@@ -148,8 +148,11 @@ Archive archivedObject(Bytes bytes, int level) {
         properties.push_back(std::move(*one));
         bytes = after(bytes, kKeys + sizeof *atom + atom->size);
     }
-    return PropertyList{Dictionary{
-        {"id", text(lv2Uri(body.id))}, {"class", text(lv2Uri(body.otype))}, {"properties", {std::move(properties)}}}};
+    Dictionary object;
+    object["id"] = text(lv2Uri(body.id));
+    object["class"] = text(lv2Uri(body.otype));
+    object["properties"].value = std::move(properties);
+    return PropertyList{std::move(object)};
 }
 
 Archive archivedVector(Bytes bytes, int level) {
@@ -164,18 +167,22 @@ Archive archivedVector(Bytes bytes, int level) {
         if (!one) return std::nullopt;
         children.push_back(*one);
     }
-    return PropertyList{Dictionary{{"childType", text(lv2Uri(body.child_type))},
-                                   {"childSize", {std::int64_t{body.child_size}}},
-                                   {"children", {std::move(children)}}}};
+    Dictionary vector;
+    vector["childType"] = text(lv2Uri(body.child_type));
+    vector["childSize"].value = std::int64_t{body.child_size};
+    vector["children"].value = std::move(children);
+    return PropertyList{std::move(vector)};
 }
 
 Archive archivedLiteral(Bytes bytes) {
     LV2_Atom_Literal_Body body{};
     if (bytes.size() < sizeof body) return std::nullopt;
     std::memcpy(&body, bytes.data(), sizeof body);
-    return PropertyList{Dictionary{{"datatype", text(lv2Uri(body.datatype))},
-                                   {"language", text(lv2Uri(body.lang))},
-                                   {"text", raw(bytes.subspan(sizeof body))}}};
+    Dictionary literal;
+    literal["datatype"] = text(lv2Uri(body.datatype));
+    literal["language"] = text(lv2Uri(body.lang));
+    literal["text"] = raw(bytes.subspan(sizeof body));
+    return PropertyList{std::move(literal)};
 }
 
 Archive archivedValue(std::uint32_t type, Bytes bytes, int level) {
@@ -192,7 +199,10 @@ Archive archived(std::uint32_t type, Bytes bytes, int level) {
     if (uri == nullptr || level > kMostLevels) return std::nullopt;
     Archive value = archivedValue(type, bytes, level);
     if (!value) return std::nullopt;
-    return PropertyList{Dictionary{{"type", text(uri)}, {"value", std::move(*value)}}};
+    Dictionary atom;
+    atom["type"] = text(uri);
+    atom["value"] = std::move(*value);
+    return PropertyList{std::move(atom)};
 }
 
 template <typename Value>
