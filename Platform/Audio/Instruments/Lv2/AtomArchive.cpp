@@ -41,6 +41,13 @@ void append(std::vector<std::byte>& bytes, const Value& value) {
     bytes.insert(bytes.end(), first, first + sizeof value);
 }
 
+template <typename Value>
+Archive archiveOf(Value value) {
+    Archive archive(std::in_place);
+    archive->value = std::move(value);
+    return archive;
+}
+
 PropertyList text(const char* uri) {
     return {std::string(uri == nullptr ? "" : uri)};
 }
@@ -129,7 +136,7 @@ Archive archivedTuple(Bytes bytes, int level) {
         atoms.push_back(*one);
         bytes = after(bytes, sizeof *atom + atom->size);
     }
-    return PropertyList{std::move(atoms)};
+    return archiveOf(std::move(atoms));
 }
 
 Archive archivedObject(Bytes bytes, int level) {
@@ -152,7 +159,7 @@ Archive archivedObject(Bytes bytes, int level) {
     object["id"] = text(lv2Uri(body.id));
     object["class"] = text(lv2Uri(body.otype));
     object["properties"].value = std::move(properties);
-    return PropertyList{std::move(object)};
+    return archiveOf(std::move(object));
 }
 
 Archive archivedVector(Bytes bytes, int level) {
@@ -171,7 +178,7 @@ Archive archivedVector(Bytes bytes, int level) {
     vector["childType"] = text(lv2Uri(body.child_type));
     vector["childSize"].value = std::int64_t{body.child_size};
     vector["children"].value = std::move(children);
-    return PropertyList{std::move(vector)};
+    return archiveOf(std::move(vector));
 }
 
 Archive archivedLiteral(Bytes bytes) {
@@ -182,7 +189,7 @@ Archive archivedLiteral(Bytes bytes) {
     literal["datatype"] = text(lv2Uri(body.datatype));
     literal["language"] = text(lv2Uri(body.lang));
     literal["text"] = raw(bytes.subspan(sizeof body));
-    return PropertyList{std::move(literal)};
+    return archiveOf(std::move(literal));
 }
 
 Archive archivedValue(std::uint32_t type, Bytes bytes, int level) {
@@ -202,7 +209,7 @@ Archive archived(std::uint32_t type, Bytes bytes, int level) {
     Dictionary atom;
     atom["type"] = text(uri);
     atom["value"] = std::move(*value);
-    return PropertyList{std::move(atom)};
+    return archiveOf(std::move(atom));
 }
 
 template <typename Value>
