@@ -44,22 +44,30 @@ bool connect(const JackServer& server, const Performer& performer, JackCapture& 
                                             : server.tool({"jack_connect", performer.leftPort, "ear:in"});
 }
 
-/// What was heard of a plan. JACK loses cycles when the machine holds it up, and what is heard across such a gap tells
-/// nothing of when it was played: the longest piece without one counts.
+/// What was heard of a plan, in frames as the ear counts them. JACK loses cycles when the machine holds it up, and what
+/// is heard across such a gap tells nothing of when it was played: the longest piece without one counts.
 struct Recording {
-    std::vector<TimePoint> due;
-    std::vector<std::size_t> heard;  ///< frames, as the ear counts them
+    std::vector<std::optional<double>> due;  ///< up to a delay that is the same for all
+    std::vector<std::size_t> heard;
     std::size_t pieceBegin = 0;
     std::size_t pieceEnd = 0;
     bool isWhole = false;
 };
 
+/// A server that is held up gives its frames other times than a clock would, and all who play on it go by these.
+double dueFrame(const Performer& performer, const JackCapture& ear, TimePoint time) {
+    if (performer.timing == Timing::clock) return ear.placeOf(time);
+    return std::chrono::duration<double>(time.time_since_epoch()).count() * kSampleRate;
+}
+
 Recording record(const JackServer& server, const Performer& performer, const NotePlan& plan) {
     JackCapture ear(kRoom);
     require(waitFor([&] { return connect(server, performer, ear); }, 5), "no port to listen to");
     std::this_thread::sleep_for(kRest);
-    auto due = performer.play(plan);
+    const auto played = performer.play(plan);
     std::this_thread::sleep_for(kRest);
+    std::vector<std::optional<double>> due;
+    for (const auto& time : played) due.push_back(time ? std::optional(dueFrame(performer, ear, *time)) : std::nullopt);
     const auto captured = ear.captured();
     const auto piece = ear.longestWhole(0, captured.size());
     const auto begin = static_cast<std::size_t>(piece.data() - captured.data());
@@ -78,13 +86,12 @@ std::vector<double> errorsOf(const Recording& recording) {
     std::optional<std::size_t> first;
     std::vector<double> errors;
     for (std::size_t note = 0; note < heard.size(); ++note) {
-        if (heard[note] < from || heard[note] >= pieceEnd) continue;
+        if (heard[note] < from || heard[note] >= pieceEnd || !due[note]) continue;
         if (!first) {
             first = note;
             continue;
         }
-        const std::chrono::duration<double> planned = due[note] - due[*first];
-        errors.push_back(static_cast<double>(heard[note] - heard[*first]) - planned.count() * kSampleRate);
+        errors.push_back(static_cast<double>(heard[note] - heard[*first]) - (*due[note] - *due[*first]));
     }
     return errors;
 }

@@ -36,47 +36,58 @@ std::shared_ptr<RunningPlayer> clickingPlayer(const std::vector<std::string>& op
     return player;
 }
 
+/// When a message was sent; none when the machine held the sender up in the middle of it, so that nobody knows.
+std::optional<TimePoint> timeOfSending(const std::function<void()>& send) {
+    constexpr Duration kLongest = std::chrono::microseconds(100);
+    const TimePoint before = Clock::monotonic().now();
+    send();
+    const Duration taken = Clock::monotonic().now() - before;
+    if (taken > kLongest) return std::nullopt;
+    return before + taken / 2;
+}
+
 /// Calls `send` for each note when it is due, and returns when it was called: a sender that the machine delays is no
 /// fault of the program that hears it.
-std::vector<TimePoint> sendInTime(const NotePlan& plan, const std::function<void(std::size_t)>& send) {
-    std::vector<TimePoint> sent;
+std::vector<std::optional<TimePoint>> sendInTime(const NotePlan& plan, const std::function<void(std::size_t)>& send) {
+    std::vector<std::optional<TimePoint>> sent;
     TimePoint due = Clock::monotonic().now() + kLead;
     for (std::size_t note = 0; note < plan.size(); ++note) {
         std::this_thread::sleep_until(due);
-        sent.push_back(Clock::monotonic().now());
-        send(note);
+        sent.push_back(timeOfSending([&] { send(note); }));
         due += plan[note];
     }
     return sent;
 }
 
 /// A queued note is due its place in the queue after its own message.
-std::vector<TimePoint> queueStream(const RunningPlayer& player, const NotePlan& plan) {
-    std::vector<TimePoint> due;
+std::vector<std::optional<TimePoint>> queueStream(const RunningPlayer& player, const NotePlan& plan) {
+    std::vector<std::optional<TimePoint>> due;
     Duration place{};
     for (std::size_t note = 0; note < plan.size(); ++note) {
         const Duration sincePrevious = note == 0 ? Duration(kLead) : Duration(plan[note - 1]);
         place += sincePrevious;
         const double milli = std::chrono::duration<double, std::milli>(sincePrevious).count();
         const auto semitones = static_cast<float>(midicOf(note)) / 100;
-        due.push_back(Clock::monotonic().now() + place);
-        player.send({"/vesk.µq/fifos", {{milli}, {semitones}, {100}, {kLength}, {1}}});
+        const auto sent = timeOfSending([&] {
+            player.send({"/vesk.µq/fifos", {{milli}, {semitones}, {100}, {kLength}, {1}}});
+        });
+        due.push_back(sent ? std::optional(*sent + place) : std::nullopt);
     }
     player.send({"/vesk.µq/start", {}});
     return due;
 }
 
 /// Keys go down and up at frames of JACK, which are also what the places are counted in.
-std::vector<TimePoint> pressKeys(JackMIDIPeer& keyboard, const NotePlan& plan) {
+std::vector<std::optional<TimePoint>> pressKeys(JackMIDIPeer& keyboard, const NotePlan& plan) {
     const auto frameAt = [](Duration place) {
         return static_cast<std::uint32_t>(std::chrono::duration<double>(place).count() * kSampleRate);
     };
-    std::vector<TimePoint> due;
+    std::vector<std::optional<TimePoint>> due;
     std::vector<JackMIDIPeer::Planned> events;
     Duration place = kLead;
     for (const auto sinceThisOne : plan) {
         const std::uint32_t frame = frameAt(place);
-        due.emplace_back(secondsToDuration(frame / double{kSampleRate}));
+        due.emplace_back(TimePoint(secondsToDuration(frame / double{kSampleRate})));
         events.push_back({frame, {0x90, 60, 100}});
         events.push_back({frameAt(place + milliseconds(kLength)), {0x80, 60, 0}});
         place += sinceThisOne;
@@ -87,13 +98,17 @@ std::vector<TimePoint> pressKeys(JackMIDIPeer& keyboard, const NotePlan& plan) {
     return due;
 }
 
+Duration lengthOf(const NotePlan& plan) {
+    return std::accumulate(plan.begin(), plan.end(), Duration(kLead));
+}
+
 }  // namespace
 
 Performer streamPerformer() {
     return {"Zelvane, stream", "Zelvane:", [player = clickingPlayer()](const NotePlan& plan) {
                 player->send({"/vesk.µq/reset", {}});
                 auto due = queueStream(*player, plan);
-                std::this_thread::sleep_until(due.back());
+                std::this_thread::sleep_until(due.back().value_or(Clock::monotonic().now() + lengthOf(plan)));
                 return due;
             }};
 }
@@ -112,7 +127,8 @@ Performer midiKeysPerformer() {
     const auto connect = [&] { return keyboard->connect("keyboard:keys", "Zelvane MIDI:Zelvane"); };
     require(keyboard->isOpen() && waitFor(connect, 5), "the player has no MIDI port: " + player->output());
     return {"Zelvane, MIDI keys",
-            "Zelvane:", [player, keyboard](const NotePlan& plan) { return pressKeys(*keyboard, plan); }};
+            "Zelvane:", [player, keyboard](const NotePlan& plan) { return pressKeys(*keyboard, plan); },
+            Timing::frames};
 }
 
 Performer fluidSynthPerformer() {

@@ -52,6 +52,18 @@ TEST(FrameClock, JitteringCyclesSettleToAFewFramesAndFollowTheDevicesOwnRate) {
     EXPECT_LE(most - least, 3) << "from " << least << " to " << most;
 }
 
+// A server that smooths its own times says where its frames are: what it says now counts, not what was said before.
+TEST(FrameClock, ExactStartsAreFollowedAtOnceAlsoAfterJitteringOnes) {
+    FrameClock clock;
+    clock.reset(48000);
+    for (std::int64_t frame = 0; frame < 48000; frame += 256)
+        clock.update(timeOfFrame(frame, 48000) + 700us, frame, 256, false, false);
+    for (const auto moved : {2ms, 1ms, 0ms}) {
+        clock.update(timeOfFrame(48000, 48000) + moved, 48000, 256, true, false);
+        EXPECT_NEAR(double(clock.frameAt(timeOfFrame(48256, 48000) + moved)), 48256, 1) << moved.count();
+    }
+}
+
 TEST(FrameClock, AJumpOfTheDeviceStartsItAnew) {
     FrameClock clock;
     clock.reset(48000);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/MIDI/Jack/JackMIDIRing.h"
-#include "Platform/MIDI/Jack/MessageAssembler.h"
+#include "Platform/MIDI/MessageAssembler.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

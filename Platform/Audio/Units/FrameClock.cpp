@@ -34,9 +34,15 @@ void FrameClock::anchor(TimePoint start, std::int64_t firstFrame) noexcept {
     _isLocked = true;
 }
 
+void FrameClock::moveTo(TimePoint start, std::int64_t firstFrame) noexcept {
+    _anchorTime = static_cast<double>((start - _epoch).count());
+    _anchorFrame = firstFrame;
+}
+
 void FrameClock::update(TimePoint start, std::int64_t firstFrame, std::uint32_t frames, bool isExact,
                         bool isJump) noexcept {
-    if (!_isLocked || isJump || isExact) return anchor(start, firstFrame);
+    if (!_isLocked || isJump) return anchor(start, firstFrame);
+    if (isExact) return moveTo(start, firstFrame);
     const auto sinceAnchor = static_cast<double>(firstFrame - _anchorFrame);
     const double predicted = _anchorTime + sinceAnchor / _framesPerNanosecond;
     const double error = static_cast<double>((start - _epoch).count()) - predicted;

@@ -25,6 +25,7 @@ class FrameClock {
 
   private:
     void anchor(TimePoint start, std::int64_t firstFrame) noexcept;
+    void moveTo(TimePoint start, std::int64_t firstFrame) noexcept;
     void follow(double error, std::uint32_t frames) noexcept;
     double bandwidth() const noexcept;
 

@@ -5,8 +5,10 @@ namespace zelvane {
 
 void AlsaLine::take(const snd_seq_event_t& event, AlsaEventDecoder& decoder, TimePoint time) {
     Sender& sender = _senders[{event.source.client, event.source.port}];
-    sender.systemExclusive.add(AlsaEventDecoder::systemExclusivePiece(event),
-                               [&](SystemExclusive::Message message) { add(message, time); });
+    // The kernel carries everything else in events of its own.
+    sender.assembler.add(AlsaEventDecoder::systemExclusivePiece(event), [&](MessageAssembler::Message message) {
+        if (message[0] == 0xF0) add(message, time);
+    });
     const auto message = decoder.decode(event);
     if (message.empty()) return;
     sender.notes.follow(message);

@@ -3,7 +3,7 @@
 
 #include "Platform/MIDI/Alsa/AlsaEventDecoder.h"
 #include "Platform/MIDI/Alsa/AlsaPort.h"
-#include "Platform/MIDI/Alsa/SystemExclusive.h"
+#include "Platform/MIDI/MessageAssembler.h"
 #include "Platform/MIDI/MIDIBackEnd.h"
 #include "Platform/MIDI/SoundingNotes.h"
 
@@ -34,7 +34,7 @@ class AlsaLine {
   private:
     struct Sender {
         SoundingNotes notes;
-        SystemExclusive systemExclusive;
+        MessageAssembler assembler;
     };
     struct Packet {
         TimePoint time;

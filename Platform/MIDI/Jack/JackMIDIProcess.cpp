@@ -3,7 +3,7 @@
 
 #include "Platform/Audio/RealtimeScope.h"
 #include "Platform/Jack/Uncancelled.h"
-#include "Platform/MIDI/Jack/MessageAssembler.h"
+#include "Platform/MIDI/MessageAssembler.h"
 
 #include <algorithm>
 #include <thread>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Platform/MIDI/Jack/JackMIDIQueues.h"
-#include "Platform/MIDI/Jack/MessageAssembler.h"
 #include "Platform/MIDI/MIDIBackEnd.h"
+#include "Platform/MIDI/MessageAssembler.h"
 #include "Platform/MIDI/SoundingNotes.h"
 
 #include <atomic>

@@ -30,9 +30,8 @@ AudioDeviceFormat formatOf(const JackClient& client) {
 }
 
 /// After an xrun a server goes on with the next frame, but later than it had promised.
-bool isFarFrom(jack_time_t expected, jack_time_t start, float period) {
-    const double distance = double(std::max(expected, start) - std::min(expected, start));
-    return distance > double(period) / 2;
+double distance(jack_time_t one, jack_time_t other) {
+    return double(std::max(one, other) - std::min(one, other));
 }
 
 JackStream& self(void* argument) {
@@ -145,10 +144,14 @@ AudioCycle JackStream::cycle(jack_nframes_t frames) noexcept {
     float period = 0;
     const bool isTold = _library.cycleTimes(_client->handle(), &frame, &start, &next, &period) == 0;
     if (!isTold) start = _library.time();
-    const bool isDiscontinuous = _expected && (_expected->frame != frame || isFarFrom(_expected->start, start, period));
+    const double leap = _expected ? distance(_expected->start, start) : 0;
+    const bool isDiscontinuous = _expected && (_expected->frame != frame || leap > double(period) / 2);
+    // A server that foretells each start to the microsecond has smoothed them itself: to do so again would only lag.
+    const bool isExact = _expected && !isDiscontinuous && leap <= 1;
     _expected.reset();
     if (isTold) _expected = Expectation{frame + frames, next};
     return {.start = _clock.timePoint(start),
+            .startIsExact = isExact,
             .isDiscontinuous = isDiscontinuous,
             .frames = frames,
             .periodFrames = frames,

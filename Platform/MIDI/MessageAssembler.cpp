@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Platform/MIDI/Jack/MessageAssembler.h"
+#include "Platform/MIDI/MessageAssembler.h"
 
 namespace zelvane {
 
