@@ -182,11 +182,14 @@ TEST(Lv2OwnProperties, ASampleChosenOnOneUnitPlaysOnAnother) {
     fs::copy_file("/usr/lib/lv2/eg-sampler.lv2/click.wav", other);
     EXPECT_EQ(setObject(*one.instrument, kSample, {other.native()}), kNoError);
     EXPECT_EQ(std::get<std::string>(gotObject(*one.instrument, kSample).value), other) << "at once";
-    EXPECT_TRUE(playsSample(one, "other.wav"));
-    one.seconds(0.1);
     EXPECT_EQ(set(*one.instrument, kGain, -6.0F), kNoError);
-    one.block();
-    const PropertyList info = gotObject(*one.instrument, kAudioUnitProperty_ClassInfo);
+    PropertyList info;
+    const auto hasLoaded = [&] {
+        one.block();
+        info = gotObject(*one.instrument, kAudioUnitProperty_ClassInfo);
+        return serializePropertyList(info).find("other.wav") != std::string::npos;
+    };
+    EXPECT_TRUE(waitFor(hasLoaded, 10));
     EXPECT_EQ(setObject(*two.instrument, kAudioUnitProperty_ClassInfo, info), kNoError);
     EXPECT_TRUE(playsSample(two, "other.wav"));
     EXPECT_EQ(set(*two.instrument, kGain, std::uint64_t{0}), kAudioUnitErr_InvalidPropertyValue);

@@ -19,6 +19,7 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -82,6 +83,7 @@ class Probe {
     bool _isNumber = true;
     int _answer = 0;
     std::atomic<bool> _isBusy{false};  // running or restoring: both at a time is what must not be
+    std::mutex _mutex;                 // what follows is saved while it runs
     float _level = 0.5F;
     std::int64_t _count = 0;
     std::string _file;
@@ -147,6 +149,7 @@ void Probe::take(const LV2_Atom_Object& object) {
 
 // The level has a limit of its own, which it tells of.
 void Probe::set(LV2_URID key, const LV2_Atom& value) {
+    const std::lock_guard lock(_mutex);
     if (key == _keys[0]) {
         _level = std::min(reinterpret_cast<const LV2_Atom_Float&>(value).body, 1.0F);
         tell(0);
@@ -172,6 +175,7 @@ void Probe::tell(std::size_t property) {
 
 LV2_State_Status Probe::save(LV2_State_Store_Function store, LV2_State_Handle handle,
                              const LV2_Feature* const* features) {
+    const std::lock_guard lock(_mutex);
     constexpr std::uint32_t kFlags = LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE;
     const auto* make = feature<LV2_State_Make_Path>(features, LV2_STATE__makePath);
     const auto* map = feature<LV2_State_Map_Path>(features, LV2_STATE__mapPath);

@@ -6,6 +6,7 @@
 #include <lv2/atom/atom.h>
 #include <lv2/atom/util.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -38,6 +39,13 @@ void append(std::vector<std::byte>& bytes, const Value& value) {
     static_assert(std::is_trivially_copyable_v<Value>);
     const auto* first = reinterpret_cast<const std::byte*>(&value);
     bytes.insert(bytes.end(), first, first + sizeof value);
+}
+
+template <typename Value>
+Archive archiveOf(Value value) {
+    Archive archive(std::in_place);
+    archive->value = std::move(value);
+    return archive;
 }
 
 PropertyList text(const char* uri) {
@@ -73,12 +81,10 @@ PropertyList raw(Bytes bytes) {
 
 bool isWellFormedText(Bytes bytes) {
     if (bytes.empty() || bytes.back() != std::byte{0}) return false;
-    for (const std::byte byte : bytes.first(bytes.size() - 1)) {
+    return std::all_of(bytes.begin(), bytes.end() - 1, [](std::byte byte) {
         const auto character = std::to_integer<unsigned char>(byte);
-        const bool isPrintable = (character >= ' ' && character < 0x7F) || character == '\t' || character == '\n';
-        if (!isPrintable) return false;
-    }
-    return true;
+        return (character >= ' ' && character < 0x7F) || character == '\t' || character == '\n';
+    });
 }
 
 PropertyList archivedReal(double number, Bytes bytes) {
@@ -130,7 +136,7 @@ Archive archivedTuple(Bytes bytes, int level) {
         atoms.push_back(*one);
         bytes = after(bytes, sizeof *atom + atom->size);
     }
-    return PropertyList{std::move(atoms)};
+    return archiveOf(std::move(atoms));
 }
 
 Archive archivedObject(Bytes bytes, int level) {
@@ -149,8 +155,11 @@ Archive archivedObject(Bytes bytes, int level) {
         properties.push_back(std::move(*one));
         bytes = after(bytes, kKeys + sizeof *atom + atom->size);
     }
-    return PropertyList{Dictionary{
-        {"id", text(lv2Uri(body.id))}, {"class", text(lv2Uri(body.otype))}, {"properties", {std::move(properties)}}}};
+    Dictionary object;
+    object["id"] = text(lv2Uri(body.id));
+    object["class"] = text(lv2Uri(body.otype));
+    object["properties"].value = std::move(properties);
+    return archiveOf(std::move(object));
 }
 
 Archive archivedVector(Bytes bytes, int level) {
@@ -165,18 +174,22 @@ Archive archivedVector(Bytes bytes, int level) {
         if (!one) return std::nullopt;
         children.push_back(*one);
     }
-    return PropertyList{Dictionary{{"childType", text(lv2Uri(body.child_type))},
-                                   {"childSize", {std::int64_t{body.child_size}}},
-                                   {"children", {std::move(children)}}}};
+    Dictionary vector;
+    vector["childType"] = text(lv2Uri(body.child_type));
+    vector["childSize"].value = std::int64_t{body.child_size};
+    vector["children"].value = std::move(children);
+    return archiveOf(std::move(vector));
 }
 
 Archive archivedLiteral(Bytes bytes) {
     LV2_Atom_Literal_Body body{};
     if (bytes.size() < sizeof body) return std::nullopt;
     std::memcpy(&body, bytes.data(), sizeof body);
-    return PropertyList{Dictionary{{"datatype", text(lv2Uri(body.datatype))},
-                                   {"language", text(lv2Uri(body.lang))},
-                                   {"text", raw(bytes.subspan(sizeof body))}}};
+    Dictionary literal;
+    literal["datatype"] = text(lv2Uri(body.datatype));
+    literal["language"] = text(lv2Uri(body.lang));
+    literal["text"] = raw(bytes.subspan(sizeof body));
+    return archiveOf(std::move(literal));
 }
 
 Archive archivedValue(std::uint32_t type, Bytes bytes, int level) {
@@ -193,7 +206,10 @@ Archive archived(std::uint32_t type, Bytes bytes, int level) {
     if (uri == nullptr || level > kMostLevels) return std::nullopt;
     Archive value = archivedValue(type, bytes, level);
     if (!value) return std::nullopt;
-    return PropertyList{Dictionary{{"type", text(uri)}, {"value", std::move(*value)}}};
+    Dictionary atom;
+    atom["type"] = text(uri);
+    atom["value"] = std::move(*value);
+    return archiveOf(std::move(atom));
 }
 
 template <typename Value>

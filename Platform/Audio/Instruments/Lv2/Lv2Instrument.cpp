@@ -151,8 +151,8 @@ OSStatus Lv2Instrument::changeWhileStill(const Change& change) {
         Log::write("LV2: [%@] %@ does not come to the end of a block", {"restore", _source->plugin().name});
         return kAudioUnitErr_Uninitialized;
     }
+    const RunGate::Reopening reopening{*_gate};
     const OSStatus status = change(*_renderer->instance());
-    _gate->open();
     _mustSendBends.store(true, std::memory_order_release);
     _patches.ask();
     return status;
@@ -266,15 +266,14 @@ Lv2Instrument::Faults Lv2Instrument::faults() const {
 
 void Lv2Instrument::tellNews() {
     _patches.update();
-    tellOnce(_health->mutedBlocks, _hasToldMuting, "puts out what is no sound and is muted where it does");
-    tellOnce(_health->slowRuns, _hasToldSlowness, "takes longer to render than its sound lasts");
+    tellOnce(_health->mutedBlocks, _source->told().muting, "puts out what is no sound and is muted where it does");
+    tellOnce(_health->slowRuns, _source->told().slowness, "takes longer to render than its sound lasts");
     const std::unique_lock lock(_mutex, std::try_to_lock);  // else the next time
     if (lock.owns_lock()) _renderer->instance()->log().tell();
 }
 
-void Lv2Instrument::tellOnce(std::atomic<std::uint64_t>& counter, bool& isTold, const char* what) {
-    if (isTold || counter.load(std::memory_order_relaxed) == 0) return;
-    isTold = true;
+void Lv2Instrument::tellOnce(const std::atomic<std::uint64_t>& counter, std::atomic<bool>& isTold, const char* what) {
+    if (counter.load(std::memory_order_relaxed) == 0 || isTold.exchange(true, std::memory_order_relaxed)) return;
     Log::write("LV2: [%@] %@ %@", {"render", _source->plugin().name, what});
 }
 

@@ -67,7 +67,7 @@ class Lv2Instrument : public Instrument, private Lv2Watched {
   private:
     Lv2Instrument(std::shared_ptr<Lv2Source> source, std::optional<double> bendCents);
     void tellNews() override;
-    void tellOnce(std::atomic<std::uint64_t>& counter, bool& isTold, const char* what);
+    void tellOnce(const std::atomic<std::uint64_t>& counter, std::atomic<bool>& isTold, const char* what);
     std::unique_ptr<Lv2Instance> makeInstance(double sampleRate, Error& error);
     OSStatus rebuild(double sampleRate);
     void setControl(const std::string& symbol, float value);
@@ -91,8 +91,6 @@ class Lv2Instrument : public Instrument, private Lv2Watched {
     mutable std::mutex _mutex;   // control threads against each other; guards what follows, and the instance
     std::string _presentPreset;  // its URI; empty for none
     PropertyReference _presetName = 0;
-    bool _hasToldMuting = false;  // the watch's
-    bool _hasToldSlowness = false;
 
     const std::vector<UnitProperty> _properties;
     std::optional<Lv2Watch> _watch;

@@ -44,10 +44,13 @@ int Lv2Log::printLineFrom(LV2_Log_Handle handle, LV2_URID type, const char* form
     return length;
 }
 
-void Lv2Log::write(std::string text) const {
+void Lv2Log::write(std::string text) {
     while (!text.empty() && text.back() == '\n') text.pop_back();
     std::replace(text.begin(), text.end(), '\n', ' ');
-    if (!text.empty()) Log::write("LV2: [%@] %@", {_name, text});
+    if (text.empty()) return;
+    const std::uint64_t line = _lines.fetch_add(1, std::memory_order_relaxed);
+    if (line < kMostLines) Log::write("LV2: [%@] %@", {_name, text});
+    if (line == kMostLines) Log::write("LV2: [%@] %@", {_name, "and so on; no more of it is told"});
 }
 
 void Lv2Log::tell() {

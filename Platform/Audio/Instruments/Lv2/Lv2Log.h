@@ -44,14 +44,16 @@ class Lv2Log {
         __attribute__((format(printf, 3, 4)));
     static int printLineFrom(LV2_Log_Handle handle, LV2_URID type, const char* format, va_list arguments)
         __attribute__((format(printf, 3, 0)));
-    void write(std::string text) const;
+    void write(std::string text);
 
     static constexpr std::size_t kWaitingBytes = 16384;
+    static constexpr std::uint64_t kMostLines = 200;  // of one instance: some never stop
 
     const std::string _name;
     LV2_Log_Log _feature{this, &printLine, &printLineFrom};
-    MessageRing _waiting{kWaitingBytes};  // written by the audio thread, read by `tell`
-    std::atomic<std::uint64_t> _lost{0};  // counted by the audio thread, read by all
+    MessageRing _waiting{kWaitingBytes};   // written by the audio thread, read by `tell`
+    std::atomic<std::uint64_t> _lines{0};  // written so far, by any thread but the audio thread
+    std::atomic<std::uint64_t> _lost{0};   // counted by the audio thread, read by all
 };
 
 }  // namespace zelvane

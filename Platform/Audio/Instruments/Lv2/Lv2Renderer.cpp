@@ -65,7 +65,8 @@ RenderResult Lv2Renderer::render(std::span<const TimedMIDI> events, float* left,
 bool Lv2Renderer::mayStayAsleep(std::span<const TimedMIDI> events, std::uint32_t frames) const noexcept {
     const bool hasEvents = !events.empty() && events.front().offset < frames;
     const bool isQuiet = static_cast<double>(_quietFrames) > kQuietSecondsToSleep * _instance->sampleRate();
-    return isQuiet && !hasEvents && !_patches.hasMessages() && !_instance->worker().hasAnswers();
+    const bool hasMessages = _instance->ports().patches() != nullptr && _patches.hasMessages();
+    return isQuiet && !hasEvents && !hasMessages && !_instance->worker().hasAnswers();
 }
 
 void Lv2Renderer::renderPart(Part& part, float* left, float* right) noexcept {
@@ -89,7 +90,11 @@ void Lv2Renderer::sendOpening() noexcept {
         case Opening::everything:
             return _midi.sendAll(send);
         case Opening::endNotes:
+            _opening = Opening::pedals;
             return _midi.endNotes(send);
+        case Opening::pedals:
+            _midi.sendPedals(send);
+            return _midi.sendBends(send);
         case Opening::nothing:
             return;
     }

@@ -44,7 +44,7 @@ class Lv2Renderer {
     void wake() noexcept { _quietFrames = 0; }
 
   private:
-    enum class Opening { nothing, bends, everything, endNotes };
+    enum class Opening { nothing, bends, everything, endNotes, pedals };
 
     struct Part {
         std::span<const TimedMIDI> events;  // with offsets from the beginning of the block

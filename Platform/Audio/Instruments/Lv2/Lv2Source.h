@@ -5,6 +5,7 @@
 #include "Platform/Audio/Instruments/Lv2/Lv2World.h"
 #include "Platform/Foundation/Error.h"
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,11 +36,19 @@ class Lv2Source {
     /// first call.
     const std::vector<Preset>& presets();
 
+    /// What was told of its instances and need not be told of each. Any thread.
+    struct Told {
+        std::atomic<bool> muting{false};
+        std::atomic<bool> slowness{false};
+    };
+    Told& told() { return _told; }
+
   private:
     std::vector<Preset> readPresets();
 
     const std::unique_ptr<Lv2World> _world;
     const Lv2Plugin _plugin;
+    Told _told;
     std::once_flag _presetsOnce;
     std::vector<Preset> _presets;
 };

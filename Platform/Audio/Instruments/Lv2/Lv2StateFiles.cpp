@@ -42,7 +42,12 @@ Lv2StateFiles::~Lv2StateFiles() {
     if (!_folder.empty()) fs::remove_all(_folder, ignored);
 }
 
-const fs::path& Lv2StateFiles::folder() {
+fs::path Lv2StateFiles::folder() const {
+    const std::lock_guard lock(_mutex);
+    return _folder;
+}
+
+fs::path Lv2StateFiles::folderForFiles() {
     const std::lock_guard lock(_mutex);
     if (_folder.empty()) {
         std::error_code error;
@@ -53,35 +58,37 @@ const fs::path& Lv2StateFiles::folder() {
 }
 
 fs::path Lv2StateFiles::madePath(const std::string& name) {
-    const fs::path file = folder() / fs::path(name).relative_path();
-    if (below(_folder, file).empty()) return {};
+    const fs::path own = folderForFiles();
+    const fs::path file = own / fs::path(name).relative_path();
+    if (below(own, file).empty()) return {};
     std::error_code ignored;
     fs::create_directories(file.parent_path(), ignored);
     return file;
 }
 
 std::string Lv2StateFiles::abstractPath(const fs::path& file) const {
-    if (const fs::path own = below(_folder, file); !own.empty()) return kOwn + own.native();
+    if (const fs::path own = below(folder(), file); !own.empty()) return kOwn + own.native();
     if (const fs::path bundled = below(_bundle, file); !bundled.empty()) return kBundled + bundled.native();
     return file.native();
 }
 
 fs::path Lv2StateFiles::absolutePath(const std::string& abstract) const {
-    if (abstract.starts_with(kOwn)) return _folder / abstract.substr(std::strlen(kOwn));
+    if (abstract.starts_with(kOwn)) return folder() / abstract.substr(std::strlen(kOwn));
     if (abstract.starts_with(kBundled)) return _bundle / abstract.substr(std::strlen(kBundled));
     return abstract;
 }
 
 PropertyList::Dictionary Lv2StateFiles::contents() const {
     PropertyList::Dictionary files;
-    if (_folder.empty()) return files;
+    const fs::path own = folder();
+    if (own.empty()) return files;
     std::error_code error;
     std::uintmax_t total = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(_folder, error)) {
-        if (!entry.is_regular_file(error)) continue;
-        total += entry.file_size(error);
-        if (total > kMostBytes) break;
-        files[below(_folder, entry.path()).native()] = {contentOf(entry.path())};
+    for (fs::recursive_directory_iterator place(own, error), end; !error && place != end; place.increment(error)) {
+        if (!place->is_regular_file(error)) continue;
+        total += place->file_size(error);
+        if (error || total > kMostBytes) break;
+        files[below(own, place->path()).native()] = {contentOf(place->path())};
     }
     return files;
 }

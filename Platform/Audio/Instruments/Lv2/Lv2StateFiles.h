@@ -35,11 +35,12 @@ class Lv2StateFiles {
 
   private:
     std::filesystem::path madePath(const std::string& name);
-    const std::filesystem::path& folder();
+    std::filesystem::path folderForFiles();
+    std::filesystem::path folder() const;
 
     const std::filesystem::path _bundle;
+    mutable std::mutex _mutex;      // plug-ins make files on threads of their own, too; guards the folder
     std::filesystem::path _folder;  // empty until the first file is made
-    mutable std::mutex _mutex;      // guards the folder's making
     LV2_State_Make_Path _make{this, &make};
     LV2_State_Map_Path _map{this, &abstract, &absolute};
     LV2_State_Free_Path _free{this, &release};

@@ -36,9 +36,12 @@ class MidiMemory {
     template <typename Send>
     void sendAll(const Send& send) const;
 
-    /// Ends all notes, their releases too as far as the instrument can; all else stays as it was.
+    /// Ends all notes, their releases too as far as the instrument can. Pedals are lifted for it; `sendPedals` is to
+    /// follow, not in the same run, of which some instruments know only the last value.
     template <typename Send>
     void endNotes(const Send& send);
+    template <typename Send>
+    void sendPedals(const Send& send) const;
 
     bool hasHeldNotes() const noexcept { return _heldNotes > 0; }
 
@@ -60,6 +63,9 @@ class MidiMemory {
     void remember(const TimedMIDI& message) noexcept;
     void rememberController(Channel& channel, std::uint8_t number, std::uint8_t value) noexcept;
     void setHeld(Channel& channel, std::uint8_t key, bool isHeld) noexcept;
+    static bool hasPedal(const Channel& channel) noexcept {
+        return channel.controllers[kPedal] != kUnknown && channel.controllers[kPedal] > 0;
+    }
     static bool mayUndoBends(const TimedMIDI& message) noexcept;
     static TimedMIDI message(unsigned kind, std::uint8_t channel, unsigned data1, unsigned data2) noexcept {
         return {0, static_cast<std::uint8_t>(kind | channel), static_cast<std::uint8_t>(data1),
@@ -103,18 +109,21 @@ void MidiMemory::endNotes(const Send& send) {
     for (std::uint8_t number = 0; number < kChannels; ++number) {
         Channel& channel = _channels[number];
         if (!channel.isUsed) continue;
-        const std::uint8_t pedal = channel.controllers[kPedal];
-        const bool isPedalDown = pedal != kUnknown && pedal > 0;
-        if (isPedalDown) send(message(0xB0, number, kPedal, 0));
+        if (hasPedal(channel)) send(message(0xB0, number, kPedal, 0));
         for (unsigned key = 0; key < channel.notes.size(); ++key)
             if (channel.notes[key]) send(message(0x80, number, key, 64));
         channel.notes.reset();
         send(message(0xB0, number, 120, 0));
         send(message(0xB0, number, 123, 0));
-        if (isPedalDown) send(message(0xB0, number, kPedal, pedal));
         sendBend(number, 0, send);
     }
     _heldNotes = 0;
+}
+
+template <typename Send>
+void MidiMemory::sendPedals(const Send& send) const {
+    for (std::uint8_t number = 0; number < kChannels; ++number)
+        if (hasPedal(_channels[number])) send(message(0xB0, number, kPedal, _channels[number].controllers[kPedal]));
 }
 
 }  // namespace zelvane

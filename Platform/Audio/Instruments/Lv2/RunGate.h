@@ -32,6 +32,12 @@ class RunGate {
     }
     void open() noexcept { _state.store(State::open, std::memory_order_release); }
 
+    /// Opens it again at the end of a scope, however that ends.
+    struct Reopening {
+        RunGate& gate;
+        ~Reopening() { gate.open(); }
+    };
+
   private:
     enum class State { open, running, closed };
     std::atomic<State> _state{State::open};  // written by the audio thread and by one control thread
