@@ -98,6 +98,10 @@ std::optional<UsageError> readOption(Options& options, const std::string& word, 
         options.command = *command;
         return std::nullopt;
     }
+    if (word == "--all") {
+        options.listsAll = true;
+        return std::nullopt;
+    }
     if (word == "--send") return readMessage(options, words.rest());
     if (word == "--check") return readFiles(options, words.rest());
     const std::size_t equals = word.find('=');
@@ -119,6 +123,8 @@ std::variant<Options, UsageError> parseOptions(std::span<const std::string> argu
         const std::string word = words.next();
         if (auto error = readOption(options, word, words)) return *std::move(error);
     }
+    if (options.listsAll && options.command != Options::Command::listInstruments)
+        return UsageError{"--all goes with --list-instruments."};
     return options;
 }
 
@@ -132,7 +138,8 @@ std::string usage() {
            "  --midi NAME           MIDI input for this run: a listed name, or Zelvane for the player's own\n"
            "  --record FILE         record to an M4A file, from the first note to the end of the program\n"
            "  --list-devices        print the output devices, one a line, and leave\n"
-           "  --list-instruments    print the instruments, one a line, and leave\n"
+           "  --list-instruments    print the instruments, one a line, and leave; behind a tab stands what one can't\n"
+           "                        do; with --all also those that are not offered, and why\n"
            "  --list-midi           print the MIDI inputs, one a line, and leave\n"
            "  --check FILE...       print what the player makes of .scl and .kbm files, and leave\n"
            "  --send ADDRESS [ARGUMENT...]\n"

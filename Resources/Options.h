@@ -16,6 +16,7 @@ struct Options {
 
     Command command = Command::play;
     bool isHeadless = false;
+    bool listsAll = false;                                      ///< also the instruments that are not offered
     std::vector<std::pair<std::string, std::string>> defaults;  ///< user defaults for this run
     std::optional<std::string> device;                          ///< output device for this run
     std::optional<std::string> midi;                            ///< MIDI input for this run

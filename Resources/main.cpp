@@ -8,6 +8,7 @@
 #include "Platform/MIDI/MIDIService.h"
 #include "Platform/OSC/OSCClient.h"
 #include "Resources/AudioServices.h"
+#include "Resources/InstrumentList.h"
 #include "Resources/MIDIBackEnds.h"
 #include "Resources/Options.h"
 #include "Resources/TerminationSignals.h"
@@ -16,6 +17,7 @@
 #include "Sources/Zelvane/MIDIDecoder/ScalaController/ScalaReport.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
 #include <set>
 #include <string>
@@ -58,19 +60,6 @@ int listDevices() {
     std::sort(sorted.begin(), sorted.end(), localizedCaseInsensitiveLess);
     for (const auto& name : sorted) std::cout << name << '\n';
     return 0;
-}
-
-int listInstruments() {
-    std::string advice;
-    bool areThere = false;
-    for (const auto& provider : makeComponentProviders()) {
-        for (const auto& component : provider->components()) {
-            areThere = true;
-            std::cout << component.name << '\n';
-        }
-        advice += provider->installationAdvice();
-    }
-    return areThere ? 0 : complain("there is no instrument. " + advice, kFailure);
 }
 
 /// Those that are there, and the stored one also when it is not. The player's own comes last.
@@ -122,7 +111,15 @@ bool isMIDIInput(const UserDefaults& defaults, const std::string& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+/// Some instruments are made with Qt, which ends the program where it finds no display unless it is told not to look
+/// for one.
+void hideMissingDisplay() {
+    if (std::getenv("DISPLAY") == nullptr && std::getenv("WAYLAND_DISPLAY") == nullptr)
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+}
+
 int play(const Options& options) {
+    hideMissingDisplay();
     RunLoop mainRunLoop;
     mainRunLoop.attachToCurrentThread();
     const TerminationSignals signals([&mainRunLoop] { mainRunLoop.end(); });
@@ -158,7 +155,7 @@ int run(const Options& options) {
         case Options::Command::listDevices:
             return listDevices();
         case Options::Command::listInstruments:
-            return listInstruments();
+            return listInstruments(options.listsAll);
         case Options::Command::listMIDI:
             return listMIDI(options);
         case Options::Command::check:

@@ -25,7 +25,11 @@ std::vector<std::string> PlayerProgram::command(const std::vector<std::string>& 
 }
 
 ChildProcess::Environment PlayerProgram::environment() const {
-    return {{"HOME", _home.path}, {"XDG_CONFIG_HOME", _home.path / "config"}, {"XDG_DATA_HOME", _home.path / "data"}};
+    return {{"HOME", _home.path},
+            {"LV2_PATH", _home.path / "lv2"},
+            {"XDG_CACHE_HOME", _home.path / "cache"},
+            {"XDG_CONFIG_HOME", _home.path / "config"},
+            {"XDG_DATA_HOME", _home.path / "data"}};
 }
 
 bool PlayerProgram::isListening() const {

@@ -44,6 +44,10 @@ std::filesystem::path userSupportFolder() {
     return baseFolder("XDG_DATA_HOME", ".local/share") / kOurFolder;
 }
 
+std::filesystem::path cacheFolder() {
+    return baseFolder("XDG_CACHE_HOME", ".cache") / kOurFolder;
+}
+
 std::vector<std::filesystem::path> dataFolders() {
     std::vector<std::filesystem::path> folders{baseFolder("XDG_DATA_HOME", ".local/share")};
     const char* value = std::getenv("XDG_DATA_DIRS");

@@ -12,6 +12,9 @@ std::filesystem::path preferencesFolder();
 /// The user's folder of data: "Zelvane" in $XDG_DATA_HOME, or in ~/.local/share. Not made here.
 std::filesystem::path userSupportFolder();
 
+/// The user's folder of what can be made again: "Zelvane" in $XDG_CACHE_HOME, or in ~/.cache. Not made here.
+std::filesystem::path cacheFolder();
+
 /// Data folders in the order in which they are searched: $XDG_DATA_HOME, then each of $XDG_DATA_DIRS.
 std::vector<std::filesystem::path> dataFolders();
 

@@ -2,6 +2,7 @@
 #include "Platform/Audio/Instruments/SoundFont/FileURL.h"
 #include "Platform/Audio/Instruments/SoundFont/SoundFontProperties.h"
 #include "Platform/Audio/Instruments/SoundFont/SoundFontProvider.h"
+#include "Tests/Audio/PropertyAccess.h"
 #include "Tests/Audio/SoundFontPlayer.h"
 #include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/PitchMeter.h"
@@ -17,39 +18,6 @@ using namespace zelvane;
 namespace fs = std::filesystem;
 
 namespace {
-
-const UnitProperty& property(const Instrument& instrument, AudioUnitPropertyID id) {
-    const auto all = instrument.properties();
-    return *std::find_if(all.begin(), all.end(), [id](const UnitProperty& one) { return one.id == id; });
-}
-
-template <typename Value>
-Value got(const Instrument& instrument, AudioUnitPropertyID id) {
-    Value value{};
-    EXPECT_EQ(property(instrument, id).size(), sizeof value);
-    EXPECT_EQ(property(instrument, id).get(0, std::as_writable_bytes(std::span(&value, 1))), kNoError);
-    return value;
-}
-
-template <typename Value>
-OSStatus set(const Instrument& instrument, AudioUnitPropertyID id, const Value& value) {
-    return property(instrument, id).set(std::as_bytes(std::span(&value, 1)));
-}
-
-PropertyList gotObject(const Instrument& instrument, AudioUnitPropertyID id) {
-    const auto reference = got<PropertyReference>(instrument, id);
-    const auto object = propertyObject(reference);
-    releaseProperty(reference);
-    EXPECT_EQ(propertyObject(reference), nullptr) << "a reader's count is the only one";
-    return object ? *object : PropertyList{};
-}
-
-OSStatus setObject(const Instrument& instrument, AudioUnitPropertyID id, PropertyList object) {
-    const PropertyReference reference = retainProperty(std::move(object));
-    const OSStatus status = set(instrument, id, reference);
-    releaseProperty(reference);
-    return status;
-}
 
 /// How far the note of 440 Hz on that channel is above what is expected.
 double centsAboveExpected(SoundFontPlayer& player, double expected, int channel = 0) {

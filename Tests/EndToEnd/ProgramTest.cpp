@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Tests/Audio/Lv2Bundles.h"
 #include "Tests/EndToEnd/RunningPlayer.h"
 
 #include <gmock/gmock.h>
@@ -85,8 +86,8 @@ TEST(Program, TheCommandLineIsReadAndItsFaultsAreTold) {
     EXPECT_EQ(run({"--version"}), 0);
     EXPECT_EQ(run({"--list-devices"}), 0);
     const std::vector<std::vector<std::string>> faults{
-        {"--frob"},  {"--set"},    {"--set", "=3"}, {"--set", "port"},     {"--device"}, {"--midi"},
-        {"--check"}, {"--record"}, {"--send"},      {"--send", "om/note"}, {"stray"}};
+        {"--frob"},  {"--set"}, {"--set", "=3"}, {"--set", "port"}, {"--device"},          {"--midi"},
+        {"--check"}, {"--all"}, {"--record"},    {"--send"},        {"--send", "om/note"}, {"stray"}};
     for (const auto& words : faults) EXPECT_EQ(run(words), 2) << words.front();
     EXPECT_EQ(run({"--check", "missing.scl"}), 1);
     const std::string deserted = std::to_string(UdpEar().port());
@@ -94,6 +95,24 @@ TEST(Program, TheCommandLineIsReadAndItsFaultsAreTold) {
     UdpEar ear;
     EXPECT_EQ(run({"--set", "port=" + std::to_string(ear.port()), "--send", "/om/note", "6050", "2.5", "x"}), 0);
     EXPECT_EQ(ear.nextAddress(1), "/om/note");
+}
+
+TEST(Program, InstrumentsAreListedWithWhatTheyCannotDo) {
+    const TemporaryFolder folder;
+    const Lv2Bundles bundles;
+    for (const char* name : {"good", "deaf", "abort-making"}) bundles.add(name);
+    const std::string output = folder.path / "output";
+    const auto listed = [&](const std::string& options) {
+        EXPECT_EQ(ChildProcess({"sh", "-c", "exec \"$0\" --list-instruments " + options, ZELVANE_PROGRAM},
+                               {{"HOME", folder.path}, {"XDG_DATA_DIRS", folder.path}}, output)
+                      .wait(),
+                  0);
+        return TemporaryFolder::read(output);
+    };
+    const std::string offered = "deaf\tno microtones: it does not follow pitch bend\ngood\n";
+    EXPECT_EQ(listed("2>&1"), "zelvane: trying abort-making\nzelvane: trying deaf\nzelvane: trying good\n" + offered);
+    EXPECT_EQ(listed("2>&1"), offered) << "what was tried is remembered";
+    EXPECT_EQ(listed("--all"), "abort-making\tnot offered: It aborted while it was made.\n" + offered);
 }
 
 TEST(Program, AClientIsAskedForMoreAsTheQueuePassesThroughFive) {
@@ -141,7 +160,11 @@ TEST(Program, WithoutAFontTheAlertNamesThePackage) {
     TemporaryFolder folder;
     const std::string output = folder.path / "output";
     ChildProcess player({"sh", "-c", R"(exec "$0" "$@" 2>&1)", ZELVANE_PROGRAM, "--headless", "--device", "null"},
-                        {{"HOME", folder.path}, {"XDG_DATA_HOME", folder.path}, {"XDG_DATA_DIRS", folder.path}},
+                        {{"HOME", folder.path},
+                         {"LV2_PATH", folder.path},
+                         {"XDG_CACHE_HOME", folder.path},
+                         {"XDG_DATA_HOME", folder.path},
+                         {"XDG_DATA_DIRS", folder.path}},
                         output);
     EXPECT_EQ(player.wait(), 1);
     std::ostringstream text;

@@ -75,11 +75,13 @@ RunningPlayer::RunningPlayer(const std::vector<std::string>& options)
                                      "--set",
                                      "outPort=" + std::to_string(client.port())};
     command.insert(command.end(), options.begin(), options.end());
-    _process = std::make_unique<ChildProcess>(
-        command,
-        ChildProcess::Environment{
-            {"HOME", _home.path}, {"XDG_CONFIG_HOME", _home.path / "config"}, {"XDG_DATA_HOME", _home.path / "data"}},
-        _outputFile);
+    _process = std::make_unique<ChildProcess>(command,
+                                              ChildProcess::Environment{{"HOME", _home.path},
+                                                                        {"LV2_PATH", _home.path / "lv2"},
+                                                                        {"XDG_CACHE_HOME", _home.path / "cache"},
+                                                                        {"XDG_CONFIG_HOME", _home.path / "config"},
+                                                                        {"XDG_DATA_HOME", _home.path / "data"}},
+                                              _outputFile);
 }
 
 std::string RunningPlayer::output() const {

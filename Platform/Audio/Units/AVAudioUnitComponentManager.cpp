@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Audio/Units/AVAudioUnitComponentManager.h"
 
+#include "Platform/Audio/Units/SilentInstrument.h"
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Thread.h"
 
@@ -52,12 +53,17 @@ std::string AVAudioUnitComponentManager::installationAdvice() const {
     return advice;
 }
 
+void AVAudioUnitComponentManager::setChangeHandler(const std::function<void()>& handler) {
+    for (const auto& provider : _providers) provider->setChangeHandler(handler);
+}
+
 void AVAudioUnitComponentManager::instantiateWithComponentDescription(const AudioComponentDescription& description,
-                                                                      std::uint32_t /*options*/,
+                                                                      std::uint32_t options,
                                                                       CompletionHandler handler) {
-    _loaderLoop.perform([this, description, handler = std::move(handler), cancellations = _cancellations.load()] {
-        if (cancellations == _cancellations) instantiate(description, handler);
-    });
+    _loaderLoop.perform(
+        [this, description, options, handler = std::move(handler), cancellations = _cancellations.load()] {
+            if (cancellations == _cancellations) instantiate(description, options, handler);
+        });
 }
 
 void AVAudioUnitComponentManager::waitForRequests() {
@@ -79,25 +85,37 @@ std::shared_ptr<ViewControllerProvider> AVAudioUnitComponentManager::viewControl
     return _viewControllers;
 }
 
-void AVAudioUnitComponentManager::instantiate(const AudioComponentDescription& description,
-                                              const CompletionHandler& handler) {
+std::optional<AVAudioUnitComponentManager::Found> AVAudioUnitComponentManager::find(
+    const AudioComponentDescription& description) {
     AudioComponentDescription anyFlags = description;
     anyFlags.componentFlagsMask = 0;
-    std::unique_lock lock(_providersMutex);
+    const std::lock_guard lock(_providersMutex);
     for (const auto& provider : _providers) {
-        for (const auto& component : provider->components()) {
-            if (!matches(anyFlags, component.audioComponentDescription)) continue;
-            Error error;
-            auto instrument = provider->instantiate(component.audioComponentDescription, error);
-            lock.unlock();
-            if (instrument == nullptr) return handler(nullptr, error);
-            return handler(std::make_shared<AVAudioUnit>(component, std::move(instrument), viewControllers()),
-                           std::nullopt);
+        for (auto& component : provider->components()) {
+            if (matches(anyFlags, component.audioComponentDescription)) return Found{provider.get(), component};
         }
     }
-    lock.unlock();
-    handler(nullptr, Error{"AudioComponent", kAudioUnitErr_InvalidProperty,
-                           localizedString("There is no such instrument any more.")});
+    return std::nullopt;
+}
+
+// Without the lock: making an instance may take seconds, and the list of components is asked for meanwhile.
+void AVAudioUnitComponentManager::instantiate(const AudioComponentDescription& description, std::uint32_t options,
+                                              const CompletionHandler& handler) {
+    const auto found = find(description);
+    if (!found) {
+        return handler(nullptr, Error{"AudioComponent", kAudioUnitErr_InvalidProperty,
+                                      localizedString("There is no such instrument any more.")});
+    }
+    const auto& wanted = found->component.audioComponentDescription;
+    Error error;
+    std::unique_ptr<Instrument> instrument;
+    if ((options & kAudioComponentInstantiation_LoadOutOfProcess) == 0) {
+        instrument = found->provider->instantiate(wanted, error);
+    } else if (found->provider->testOutOfProcess(wanted, error)) {
+        instrument = std::make_unique<SilentInstrument>();
+    }
+    if (instrument == nullptr) return handler(nullptr, error);
+    handler(std::make_shared<AVAudioUnit>(found->component, std::move(instrument), viewControllers()), std::nullopt);
 }
 
 }  // namespace zelvane

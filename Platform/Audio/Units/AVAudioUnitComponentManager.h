@@ -14,6 +14,9 @@
 
 namespace zelvane {
 
+/// An option of an instantiation: what the component does can't harm this process.
+inline constexpr std::uint32_t kAudioComponentInstantiation_LoadOutOfProcess = 1;
+
 /// All instruments of all formats, and the thread on which their instances are made.
 class AVAudioUnitComponentManager {
   public:
@@ -30,8 +33,13 @@ class AVAudioUnitComponentManager {
     /// What the user may install when there are none; one line for each format that knows something.
     std::string installationAdvice() const;
 
+    /// Has the handler called, on any thread, when the components of a format have changed; an empty one ends that, and
+    /// when this returns the handler before it is not called any more. Control threads, not from within a handler.
+    void setChangeHandler(const std::function<void()>& handler);
+
     /// Makes an instance of the first component of that type, subtype and manufacturer and calls the handler once, on
-    /// the loader thread, with the instance or an error. Any thread.
+    /// the loader thread, with the instance or an error. With `kAudioComponentInstantiation_LoadOutOfProcess` the
+    /// component is tried in a process of its own, and the instance that stands for it here plays nothing. Any thread.
     void instantiateWithComponentDescription(const AudioComponentDescription& description, std::uint32_t options,
                                              CompletionHandler handler);
 
@@ -47,7 +55,13 @@ class AVAudioUnitComponentManager {
 
   private:
     std::shared_ptr<ViewControllerProvider> viewControllers();
-    void instantiate(const AudioComponentDescription& description, const CompletionHandler& handler);
+    struct Found {
+        AudioComponentProvider* provider = nullptr;
+        AVAudioUnitComponent component;
+    };
+    std::optional<Found> find(const AudioComponentDescription& description);
+    void instantiate(const AudioComponentDescription& description, std::uint32_t options,
+                     const CompletionHandler& handler);
 
     const std::vector<std::unique_ptr<AudioComponentProvider>> _providers;
     std::mutex _providersMutex;

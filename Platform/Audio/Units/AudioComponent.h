@@ -31,7 +31,7 @@ class AudioComponentProvider {
     /// What the user may install to have instruments of this format; shown when there are none at all.
     virtual std::string installationAdvice() const { return {}; }
 
-    /// What can be made now. Control threads.
+    /// What can be made now. Control threads, one at a time, also while an instance is made.
     virtual std::vector<AVAudioUnitComponent> components() = 0;
 
     /// Makes one instance, not yet prepared. Null, with the reason, when it can't be made. Called on the loader thread.
@@ -43,8 +43,9 @@ class AudioComponentProvider {
         return instantiate(description, error) != nullptr;
     }
 
-    /// Has the handler called, on any thread, when `components` has changed. Once, before the first use.
-    virtual void setChangeHandler(std::function<void()> /*handler*/) {}
+    /// Has the handler called, on any thread, when `components` has changed; an empty one ends that, and when
+    /// this returns the handler before it is not called any more. Control threads, not from within a handler.
+    virtual void setChangeHandler(const std::function<void()>& /*handler*/) {}
 };
 
 }  // namespace zelvane

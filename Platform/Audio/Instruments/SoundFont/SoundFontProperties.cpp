@@ -3,43 +3,13 @@
 
 #include "Platform/Audio/Instruments/SoundFont/FileURL.h"
 #include "Platform/Audio/Instruments/SoundFont/SoundFontInstrument.h"
+#include "Platform/Audio/Units/MakeProperty.h"
 
 #include <utility>
 
 namespace zelvane {
 
 namespace {
-
-/// A property whose value is plain bytes of one type.
-template <typename Value, typename Get, typename Set>
-UnitProperty valueProperty(AudioUnitPropertyID id, Get get, Set set) {
-    UnitProperty property;
-    property.id = id;
-    property.isWritable = true;
-    property.size = [] { return static_cast<std::uint32_t>(sizeof(Value)); };
-    property.get = [get](AudioUnitElement, std::span<std::byte> out) {
-        writePropertyValue<Value>(out, get());
-        return kNoError;
-    };
-    property.set = [set](std::span<const std::byte> bytes) {
-        Value value{};
-        return readPropertyValue(bytes, value) ? set(value) : kAudioUnitErr_InvalidPropertyValue;
-    };
-    return property;
-}
-
-/// A property whose value refers to an object: `get` makes one, `set` takes one.
-template <typename Get, typename Set>
-UnitProperty objectProperty(AudioUnitPropertyID id, Get get, Set set) {
-    UnitProperty property = valueProperty<PropertyReference>(
-        id, [get] { return retainProperty(get()); },
-        [set](PropertyReference reference) {
-            const auto object = propertyObject(reference);
-            return object == nullptr ? kAudioUnitErr_InvalidPropertyValue : set(*object);
-        });
-    property.holdsReference = true;
-    return property;
-}
 
 UnitProperty classInfo(AudioUnitPropertyID id, SoundFontInstrument& instrument) {
     return objectProperty(

@@ -1,24 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "Platform/Audio/Units/PropertyReference.h"
+#include "Platform/Audio/Units/AUPreset.h"
 #include "Platform/Audio/Units/UnitProperty.h"
 
-#include <cstdint>
 #include <vector>
 
 namespace zelvane {
 
 class SoundFontInstrument;
-
-/// The value of "present preset". The name belongs to the unit: it stays good until the property is read again, and
-/// does not count when a preset is set.
-struct AUPreset {
-    std::int32_t presetNumber = 0;
-    std::int32_t padding = 0;
-    PropertyReference presetName = 0;
-};
-static_assert(sizeof(AUPreset) == 16);
 
 /// The properties of a SoundFont instrument, whose functions refer to it.
 std::vector<UnitProperty> soundFontProperties(SoundFontInstrument& instrument);
