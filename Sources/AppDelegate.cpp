@@ -5,6 +5,8 @@
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Thread.h"
 
+#include <algorithm>
+
 namespace zelvane {
 
 AppDelegate::AppDelegate(RunLoop& mainRunLoop, AudioPlatform& platform, UserDefaults& defaults, Shell& shell)
@@ -31,6 +33,8 @@ PropertyList::Dictionary AppDelegate::registeredDefaults() {
 void AppDelegate::applicationDidFinishLaunching(bool listensAtOnce) {
     _playerThread = startThread("zelvane-player", ThreadRole::player, [this] { installRunLoopInPlayerThread(); });
     _defaults.registerDefaults(registeredDefaults());
+    _platform.components.setChangeHandler(
+        [this, &mainRunLoop = _mainRunLoop] { mainRunLoop.perform([this] { musicDevicesDidChange(); }); });
     _zelvane = std::make_unique<Zelvane>(_playerRunLoop, _platform, *this, _defaults);
     const bool listens = listensAtOnce || _defaults.integer("autolaunch") == 1;
     if (!listens || !_zelvane->hasConnection()) return;
@@ -39,6 +43,19 @@ void AppDelegate::applicationDidFinishLaunching(bool listensAtOnce) {
         startStopListening();
         if (listensAtOnce && !_bindToAddressSucceeded) _mainRunLoop.perform([this] { terminate(1); });
     });
+}
+
+// The chosen instrument may not have been known yet when the player started.
+void AppDelegate::musicDevicesDidChange() {
+    if (_zelvane == nullptr) return;
+    const auto chosen = _defaults.string("musicDevice");
+    const auto isOffered = [&] {
+        const auto names = _zelvane->musicDevices();
+        return chosen && std::find(names.begin(), names.end(), *chosen) != names.end();
+    };
+    const bool wasOffered = isOffered();
+    _zelvane->audioEngine().updateMusicDevices();
+    if (!wasOffered && isOffered()) _zelvane->setMusicDeviceFromName(chosen);
 }
 
 void AppDelegate::installRunLoopInPlayerThread() {

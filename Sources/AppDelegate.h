@@ -50,6 +50,7 @@ class AppDelegate : public Application {
     Zelvane* zelvane() { return _zelvane.get(); }
 
   private:
+    void musicDevicesDidChange();
     void installRunLoopInPlayerThread();
     void playerThreadDummyTimerDo() {}
     void removePlayerThread();

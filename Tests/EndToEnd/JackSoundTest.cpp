@@ -37,6 +37,49 @@ TEST(JackSound, TenMidicsAreTenPitchesTenCentsApartAndEndAtTheirLength) {
     EXPECT_EQ(player.terminate(), 0);
 }
 
+/// For a quarter of a second: the notes of some instruments fade long after their end.
+bool hasBeenQuiet(const JackCapture& capture) {
+    const std::size_t count = capture.count();
+    return count > 12000 && !capture.hasSoundAfter(count - 12000);
+}
+
+/// Played again while the server leaves out too much of it.
+double heardFrequency(const RunningPlayer& player, const JackCapture& capture, std::int32_t midic, double expected) {
+    for (int attempt = 0; attempt < 6; ++attempt) {
+        EXPECT_TRUE(waitFor([&] { return hasBeenQuiet(capture); }, 30)) << "before " << midic;
+        const std::size_t begin = capture.count();
+        player.send(note(midic, 1500));
+        EXPECT_TRUE(waitFor([&] { return capture.count() > begin + 72000; }, 30)) << midic;
+        const auto whole = capture.longestWhole(begin + 12000, begin + 72000);
+        if (whole.size() > 20000) return measuredFrequency(whole, capture.sampleRate(), expected);
+    }
+    return 0;
+}
+
+// The player does not know the instrument when it starts: it is found, tried, measured and then taken up.
+TEST(JackSound, AnLv2InstrumentThatIsNewIsTakenUpAndPlaysTenths) {
+    JackServer server;
+    ASSERT_TRUE(server.start(48000, kLongPeriod));
+    RunningPlayer player({"--set", "musicDevice=MDA JX10"}, {"mda.lv2"});
+    ASSERT_TRUE(player.isListening()) << player.output();
+    JackCapture capture(240);
+    ASSERT_TRUE(waitFor([&] { return capture.connect(); }, 5));
+    const auto unitsSetUp = [&] {
+        const std::string output = player.output();
+        std::size_t count = 0;
+        for (auto at = output.find("MDA JX10 <"); at != std::string::npos; at = output.find("MDA JX10 <", at + 1))
+            ++count;
+        return count;
+    };
+    ASSERT_TRUE(waitFor([&] { return unitsSetUp() == 10; }, 120)) << player.output();
+    const double reference = heardFrequency(player, capture, 6000, frequencyOfKey(60));
+    for (const std::int32_t tenth : {1, 4, 9}) {
+        const double frequency = heardFrequency(player, capture, 6000 + 10 * tenth, reference);
+        EXPECT_NEAR(centsAbove(reference, frequency), 10 * tenth, 0.5) << tenth;
+    }
+    EXPECT_EQ(player.terminate(), 0);
+}
+
 /// Whether the player is heard within that time. JACK leaves a client without cycles now and then that is connected
 /// while the other end is being activated, so each ear listens for a moment only.
 bool isHeard(double seconds, const std::function<void()>& keepPlaying) {

@@ -61,8 +61,16 @@ void UdpEar::send(const OSCMessage& message, std::uint16_t port) const {
     ::sendto(_socket, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
-RunningPlayer::RunningPlayer(const std::vector<std::string>& options)
+void RunningPlayer::install(const std::vector<std::string>& bundles) const {
+    std::filesystem::create_directories(_home.path / "lv2");
+    for (const auto& bundle : bundles)
+        std::filesystem::create_directory_symlink(std::filesystem::path("/usr/lib/lv2") / bundle,
+                                                  _home.path / "lv2" / bundle);
+}
+
+RunningPlayer::RunningPlayer(const std::vector<std::string>& options, const std::vector<std::string>& bundles)
     : port(freePort()), _outputFile(_home.path / "output") {
+    install(bundles);
     std::filesystem::create_directories(_home.path / "data" / "soundfonts");
     writeTinySoundFont(_home.path / "data" / "soundfonts" / "default-GM.sf2");
     std::vector<std::string> command{"sh",

@@ -34,7 +34,8 @@ class UdpEar {
 /// The real program, in a home of its own whose General MIDI font sounds like a tuning fork.
 class RunningPlayer {
   public:
-    explicit RunningPlayer(const std::vector<std::string>& options = {});
+    /// Of the bundles named, as they are installed, it knows the instruments.
+    explicit RunningPlayer(const std::vector<std::string>& options = {}, const std::vector<std::string>& bundles = {});
 
     /// True once it says that it listens.
     bool isListening(double seconds = 10) const;
@@ -50,6 +51,8 @@ class RunningPlayer {
     std::uint16_t port;
 
   private:
+    void install(const std::vector<std::string>& bundles) const;
+
     TemporaryFolder _home;
     std::string _outputFile;
     std::unique_ptr<ChildProcess> _process;

@@ -28,6 +28,10 @@ struct SilentShell : Shell {
     void presentAlert(const Error& error, bool) override { ADD_FAILURE() << error.description; }
     void showStatus(const PlayerStatus&) override {}
     void showRecording(const RecordingSummary&) override {}
+    void showScanProgress(const std::string&) override {}
+    void incrementScanProgress(std::uint32_t) override {}
+    void hideScanProgress() override {}
+    void showEditors(const std::shared_ptr<AVAudioUnit>&) override {}
 };
 
 /// A whole application in this process, on the paced device in real time, with what the graph renders recorded.
