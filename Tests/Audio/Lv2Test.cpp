@@ -417,5 +417,12 @@ TEST(AtomArchive, SurvivesRoundTripsAndDamage) {
         archivedAtom(urids.atomObject, damaged);
         damaged[i] = ~damaged[i];
     }
-    EXPECT_FALSE(unarchivedAtom({PropertyList::Dictionary{{"type", {std::string("urn:x")}}}}));
+    const auto isTaken = [](const char* type, PropertyList value) {
+        return unarchivedAtom({PropertyList::Dictionary{{"type", {std::string(type)}}, {"value", std::move(value)}}})
+            .has_value();
+    };
+    EXPECT_TRUE(isTaken(lv2Uri(urids.atomFloat), {PropertyList::Data(4)}));
+    EXPECT_FALSE(isTaken(lv2Uri(urids.atomFloat), {PropertyList::Data(3)}));
+    EXPECT_FALSE(isTaken(lv2Uri(urids.atomInt), {std::int64_t{1} << 40}));
+    EXPECT_FALSE(isTaken(lv2Uri(urids.atomString), {PropertyList::Data(4, std::byte{'x'})})) << "without an end";
 }
