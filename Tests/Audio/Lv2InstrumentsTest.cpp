@@ -165,6 +165,27 @@ TEST(Lv2Presets, AreListedAndChosenByNumber) {
     EXPECT_EQ(got<AUPreset>(*player.instrument, kAudioUnitProperty_PresentPreset).presetNumber, 3);
 }
 
+TEST(Lv2Presets, MayLieInBundlesOfTheirOwn) {
+    Lv2Entry entry = zyn();
+    const std::size_t own = Lv2Player(entry).instrument->presetNames().size();
+    entry.bundles.emplace_back("/usr/lib/lv2/ZynAddSubFX.lv2presets");
+    Lv2Player player(entry);
+    const auto names = player.instrument->presetNames();
+    EXPECT_GT(names.size(), own + 100);
+    const auto place =
+        std::find_if(names.begin(), names.end(), [](const auto& name) { return name.starts_with("Arp"); });
+    ASSERT_NE(place, names.end());
+    const auto before = gotObject(*player.instrument, kAudioUnitProperty_ClassInfo);
+    const auto number = static_cast<std::int32_t>(place - names.begin());
+    EXPECT_EQ(set(*player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{number, 0, 0}), kNoError);
+    player.seconds(0.1);
+    const auto info = gotObject(*player.instrument, kAudioUnitProperty_ClassInfo);
+    EXPECT_NE(info, before);
+    Lv2Player other(entry);
+    EXPECT_EQ(setObject(*other.instrument, kAudioUnitProperty_ClassInfo, info), kNoError);
+    EXPECT_EQ(got<AUPreset>(*other.instrument, kAudioUnitProperty_PresentPreset).presetNumber, number);
+}
+
 TEST(Lv2OwnProperties, ASampleChosenOnOneUnitPlaysOnAnother) {
     constexpr AudioUnitPropertyID kGain = kFirstLv2Property;
     constexpr AudioUnitPropertyID kSample = kFirstLv2Property + 1;

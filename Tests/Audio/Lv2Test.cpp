@@ -7,6 +7,7 @@
 #include "Tests/Audio/Lv2Player.h"
 #include "Tests/Audio/PropertyAccess.h"
 #include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/CommaLocale.h"
 #include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/RealtimeGuard.h"
 #include "Tests/Fakes/TemporaryFolder.h"
@@ -109,10 +110,12 @@ TEST(Lv2World, SaysWhatAPluginIsAndWhyItCannotBePlayed) {
     EXPECT_THAT(reason(name + "lv2:port " + effect + " , " + sound + " ."), HasSubstr("no MIDI"));
     EXPECT_THAT(reason(name + "lv2:port " + midi + " ."), HasSubstr("no audio output"));
     EXPECT_THAT(reason(name + "lv2:port " + midi + " , [ oh no"), HasSubstr("damaged"));
+    const CommaLocale locale;
     Lv2World world;
     world.loadBundle(LV2_PROBE_BUNDLE);
     const auto probe = world.plugin("urn:zelvane:probe");
     ASSERT_TRUE(probe);
+    EXPECT_EQ(probe->writableProperties.at(2).defaultValue, 0.25);
     EXPECT_TRUE(probe->isInstrument());
     ASSERT_EQ(probe->parameters.size(), 2U) << "the host's own switch is none";
     EXPECT_EQ(probe->parameters[0].id, 4U);
@@ -417,5 +420,12 @@ TEST(AtomArchive, SurvivesRoundTripsAndDamage) {
         archivedAtom(urids.atomObject, damaged);
         damaged[i] = ~damaged[i];
     }
-    EXPECT_FALSE(unarchivedAtom({PropertyList::Dictionary{{"type", {std::string("urn:x")}}}}));
+    const auto isTaken = [](const char* type, PropertyList value) {
+        return unarchivedAtom({PropertyList::Dictionary{{"type", {std::string(type)}}, {"value", std::move(value)}}})
+            .has_value();
+    };
+    EXPECT_TRUE(isTaken(lv2Uri(urids.atomFloat), {PropertyList::Data(4)}));
+    EXPECT_FALSE(isTaken(lv2Uri(urids.atomFloat), {PropertyList::Data(3)}));
+    EXPECT_FALSE(isTaken(lv2Uri(urids.atomInt), {std::int64_t{1} << 40}));
+    EXPECT_FALSE(isTaken(lv2Uri(urids.atomString), {PropertyList::Data(4, std::byte{'x'})})) << "without an end";
 }

@@ -74,6 +74,22 @@ bool isText(std::uint32_t type) {
     return type == urids.atomString || type == urids.atomPath || type == urids.atomURI;
 }
 
+/// The size of a type whose values are all of one size; 0 for the others.
+std::uint32_t plainSize(std::uint32_t type) {
+    const Lv2Urids& urids = Lv2Urids::get();
+    if (type == urids.atomLong || type == urids.atomDouble) return 8;
+    const bool isShort =
+        type == urids.atomInt || type == urids.atomBool || type == urids.atomFloat || type == urids.atomURID;
+    return isShort ? 4 : 0;
+}
+
+/// Whether a plug-in may rely on the value: numbers of their size, texts with their end.
+bool isWellFormed(const AtomValue& atom) {
+    if (isText(atom.type)) return !atom.bytes.empty() && atom.bytes.back() == std::byte{0};
+    const std::uint32_t size = plainSize(atom.type);
+    return size == 0 || atom.bytes.size() == size;
+}
+
 // Whole numbers and texts stand as such, so that the file can be read; what does not survive that way stays as bytes.
 PropertyList raw(Bytes bytes) {
     return {PropertyList::Data(bytes.begin(), bytes.end())};
@@ -162,22 +178,22 @@ Archive archivedObject(Bytes bytes, int level) {
     return archiveOf(std::move(object));
 }
 
-Archive archivedVector(Bytes bytes, int level) {
+// Vectors are long: of numbers they stay as bytes. Those of URIs' numbers have to be spelled out; there are no others.
+Archive archivedVector(Bytes bytes) {
     LV2_Atom_Vector_Body body{};
     if (bytes.size() < sizeof body) return std::nullopt;
     std::memcpy(&body, bytes.data(), sizeof body);
     bytes = bytes.subspan(sizeof body);
-    if (body.child_size == 0 || bytes.size() % body.child_size != 0) return std::nullopt;
-    PropertyList::Array children;
-    for (; !bytes.empty(); bytes = bytes.subspan(body.child_size)) {
-        const Archive one = archived(body.child_type, bytes.first(body.child_size), level + 1);
-        if (!one) return std::nullopt;
-        children.push_back(*one);
-    }
+    if (body.child_size == 0 || body.child_size != plainSize(body.child_type) || bytes.size() % body.child_size != 0)
+        return std::nullopt;
     Dictionary vector;
     vector["childType"] = text(lv2Uri(body.child_type));
-    vector["childSize"].value = std::int64_t{body.child_size};
-    vector["children"].value = std::move(children);
+    vector["children"] = raw(bytes);
+    if (body.child_type != Lv2Urids::get().atomURID) return archiveOf(std::move(vector));
+    PropertyList::Array uris;
+    for (; !bytes.empty(); bytes = bytes.subspan(body.child_size))
+        uris.push_back(text(lv2Uri(*plain<std::uint32_t>(bytes.first(body.child_size)))));
+    vector["children"].value = std::move(uris);
     return archiveOf(std::move(vector));
 }
 
@@ -196,7 +212,7 @@ Archive archivedValue(std::uint32_t type, Bytes bytes, int level) {
     const Lv2Urids& urids = Lv2Urids::get();
     if (type == urids.atomTuple) return archivedTuple(bytes, level);
     if (type == urids.atomObject || type == urids.atomBlank) return archivedObject(bytes, level);
-    if (type == urids.atomVector) return archivedVector(bytes, level);
+    if (type == urids.atomVector) return archivedVector(bytes);
     if (type == urids.atomLiteral) return archivedLiteral(bytes);
     return archivedPlain(type, bytes);
 }
@@ -241,7 +257,7 @@ bool appendPlain(std::vector<std::byte>& bytes, std::uint32_t type, const Proper
     const auto* characters = std::get_if<std::string>(&list.value);
     if (characters == nullptr) return false;
     if (type == urids.atomURID) {
-        append(bytes, lv2Urid(characters->c_str()));
+        append(bytes, characters->empty() ? 0 : lv2Urid(characters->c_str()));
     } else {
         const auto* first = reinterpret_cast<const std::byte*>(characters->c_str());
         bytes.assign(first, first + characters->size() + 1);
@@ -281,17 +297,22 @@ bool appendObject(std::vector<std::byte>& bytes, const PropertyList& list, int l
     return true;
 }
 
-bool appendVector(std::vector<std::byte>& bytes, const PropertyList& list, int level) {
+bool appendVector(std::vector<std::byte>& bytes, const PropertyList& list) {
     const auto* vector = std::get_if<Dictionary>(&list.value);
-    const auto* children = vector == nullptr ? nullptr : entryOf<PropertyList::Array>(*vector, "children");
-    const auto* size = vector == nullptr ? nullptr : entryOf<std::int64_t>(*vector, "childSize");
-    if (children == nullptr || size == nullptr || *size <= 0) return false;
-    const std::uint32_t type = uridEntry(*vector, "childType");
-    append(bytes, LV2_Atom_Vector_Body{static_cast<std::uint32_t>(*size), type});
-    for (const PropertyList& one : *children) {
-        const auto child = unarchived(one, level + 1);
-        if (!child || child->type != type || child->bytes.size() != static_cast<std::size_t>(*size)) return false;
-        bytes.insert(bytes.end(), child->bytes.begin(), child->bytes.end());
+    const std::uint32_t type = vector == nullptr ? 0 : uridEntry(*vector, "childType");
+    const std::uint32_t size = plainSize(type);
+    if (size == 0) return false;
+    append(bytes, LV2_Atom_Vector_Body{size, type});
+    if (const auto* data = entryOf<PropertyList::Data>(*vector, "children")) {
+        bytes.insert(bytes.end(), data->begin(), data->end());
+        return type != Lv2Urids::get().atomURID && data->size() % size == 0;
+    }
+    const auto* uris = entryOf<PropertyList::Array>(*vector, "children");
+    if (uris == nullptr || type != Lv2Urids::get().atomURID) return false;
+    for (const PropertyList& one : *uris) {
+        const auto* uri = std::get_if<std::string>(&one.value);
+        if (uri == nullptr) return false;
+        append(bytes, uri->empty() ? 0 : lv2Urid(uri->c_str()));
     }
     return true;
 }
@@ -309,7 +330,7 @@ bool appendValue(std::vector<std::byte>& bytes, std::uint32_t type, const Proper
     const Lv2Urids& urids = Lv2Urids::get();
     if (type == urids.atomTuple) return appendTuple(bytes, list, level);
     if (type == urids.atomObject || type == urids.atomBlank) return appendObject(bytes, list, level);
-    if (type == urids.atomVector) return appendVector(bytes, list, level);
+    if (type == urids.atomVector) return appendVector(bytes, list);
     if (type == urids.atomLiteral) return appendLiteral(bytes, list);
     return appendPlain(bytes, type, list);
 }
@@ -319,7 +340,8 @@ std::optional<AtomValue> unarchived(const PropertyList& archive, int level) {
     const PropertyList* value = dictionary == nullptr ? nullptr : entry(*dictionary, "value");
     if (value == nullptr || level > kMostLevels) return std::nullopt;
     AtomValue atom{.type = uridEntry(*dictionary, "type"), .bytes = {}};
-    if (atom.type == 0 || !appendValue(atom.bytes, atom.type, *value, level)) return std::nullopt;
+    if (atom.type == 0 || !appendValue(atom.bytes, atom.type, *value, level) || !isWellFormed(atom))
+        return std::nullopt;
     return atom;
 }
 
