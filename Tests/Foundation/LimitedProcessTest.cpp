@@ -21,7 +21,7 @@ using Kind = ProcessEnd::Kind;
 
 /// Runs a script of the shell, which reports on the descriptor 3.
 struct Script {
-    explicit Script(const std::string& text, ProcessLimits limits = {}, const std::stop_token& stop = {})
+    explicit Script(const std::string& text, const ProcessLimits& limits = {}, const std::stop_token& stop = {})
         : end(runLimited(
               {"/bin/sh", "-c", text}, limits, [this](std::string_view line) { lines.emplace_back(line); }, stop)),
           words(inWords(end, limits)) {}
