@@ -33,8 +33,7 @@ PropertyList::Dictionary AppDelegate::registeredDefaults() {
 void AppDelegate::applicationDidFinishLaunching(bool listensAtOnce) {
     _playerThread = startThread("zelvane-player", ThreadRole::player, [this] { installRunLoopInPlayerThread(); });
     _defaults.registerDefaults(registeredDefaults());
-    _platform.components.setChangeHandler(
-        [this, &mainRunLoop = _mainRunLoop] { mainRunLoop.perform([this] { musicDevicesDidChange(); }); });
+    _platform.components.setChangeHandler([this] { _mainRunLoop.perform([this] { musicDevicesDidChange(); }); });
     _zelvane = std::make_unique<Zelvane>(_playerRunLoop, _platform, *this, _defaults);
     const bool listens = listensAtOnce || _defaults.integer("autolaunch") == 1;
     if (!listens || !_zelvane->hasConnection()) return;
@@ -75,6 +74,7 @@ void AppDelegate::removePlayerThread() {
 
 void AppDelegate::applicationWillTerminate() {
     if (!_playerThread.joinable()) return;
+    _platform.components.setChangeHandler({});
     if (_zelvane != nullptr && _zelvane->isRecording()) _zelvane->stopRecording();
     if (_zelvane != nullptr && _zelvane->isListening()) startStopListening();
     _playerRunLoop.perform([this] { removePlayerThread(); }, RunLoop::Wait::yes);
