@@ -31,6 +31,7 @@ void Zelvane::restoreMusicDevice() {
     const auto name = _defaults.string("musicDevice");
     if (const auto failed = _audioEngine->takeInstrumentOfDeadRun(); !failed || failed != name)
         return setMusicDeviceFromName(name);
+    _instrumentLeftOut = name;
     const Error error{
         "AudioConfiguration", 5,
         formatted(localizedString("Sorry, the player did not survive loading %@ the last time. It plays with %@ now."),

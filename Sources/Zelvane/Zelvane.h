@@ -59,6 +59,8 @@ class Zelvane : public StatusChecker {
     /// A name that is not in the table changes nothing.
     void setOutputDeviceFromName(const std::optional<std::string>& name);
     void setMusicDeviceFromName(const std::optional<std::string>& name);
+    /// The user's instrument, when it was left out at the start because it brought the last run down.
+    const std::optional<std::string>& instrumentLeftOut() const { return _instrumentLeftOut; }
     /// Tests all instruments and returns after the last; the text field, which may be null, is the player thread's.
     void scanMusicDevicesWithProgressTextField(const std::shared_ptr<ProgressTextField>& textField);
 
@@ -117,6 +119,7 @@ class Zelvane : public StatusChecker {
     std::shared_ptr<OSCDecoder> _oscDecoder;
     std::shared_ptr<MIDIDecoder> _midiDecoder;
     std::filesystem::path _outputFileUrl;
+    std::optional<std::string> _instrumentLeftOut;
     bool _soundfontIsChanged = false;
     bool _midiEnable = false;
     // Behind the decoder: they end first, so that nothing comes in when it goes.

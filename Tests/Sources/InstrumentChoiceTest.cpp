@@ -286,6 +286,7 @@ TEST(InstrumentTrial, AnInstrumentThatBroughtTheLastRunDownIsLeftOutOnceAndTold)
         EXPECT_THAT(rig.application.errors[0].description,
                     HasSubstr("Sorry, the player did not survive loading zither"));
         EXPECT_EQ(defaults.string("musicDevice"), "zither") << "the user's choice stands";
+        EXPECT_EQ(player.instrumentLeftOut(), "zither");
     }
     Zelvane again(rig.loop, rig.platform, rig.application, defaults);
     EXPECT_EQ(unitNames(again.audioEngine()), std::vector<std::string>(10, "zither"));

@@ -9,7 +9,6 @@ namespace zelvane {
 namespace {
 
 constexpr const char* kSelector = "scanMusicDevicesWithProgressTextField:onThread:";
-constexpr std::uint32_t kLoadOutOfProcess = 1;
 
 }  // namespace
 
@@ -36,7 +35,7 @@ void AudioEngine::scanMusicDevicesWithProgressTextField(const std::shared_ptr<Pr
         const AVAudioUnitComponent& component = scan->components[index];
         scan->show(formatted(localizedString("Testing device %@."), {component.name}));
         _platform.components.instantiateWithComponentDescription(
-            component.audioComponentDescription, kLoadOutOfProcess,
+            component.audioComponentDescription, kAudioComponentInstantiation_LoadOutOfProcess,
             [this, scan, index, &mainRunLoop](const std::shared_ptr<AVAudioUnit>& instance,
                                               const std::optional<Error>& error) {
                 // Tested in another process, it has no instance in this one.
