@@ -54,7 +54,7 @@ void AppDelegate::musicDevicesDidChange() {
     };
     const bool wasOffered = isOffered();
     _zelvane->audioEngine().updateMusicDevices();
-    if (!wasOffered && isOffered()) _zelvane->setMusicDeviceFromName(chosen);
+    if (!wasOffered && isOffered() && chosen != _zelvane->instrumentLeftOut()) _zelvane->setMusicDeviceFromName(chosen);
 }
 
 void AppDelegate::installRunLoopInPlayerThread() {

@@ -73,7 +73,7 @@ TEST(InstrumentChoice, TheEditorsAreToldOfTheLastUnitsASecondLater) {
     EXPECT_EQ(rig.rig.application.viewChanges, 1);
 }
 
-// Notes sound, a stream plays and a recording runs.
+// While notes sound, and now and then a recording runs.
 TEST(InstrumentChoice, AHundredSwitchesEndEveryNoteAndRecordingAndMixNothing) {
     LogLines log;
     const TemporaryFolder folder;

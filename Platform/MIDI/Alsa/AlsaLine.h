@@ -3,8 +3,8 @@
 
 #include "Platform/MIDI/Alsa/AlsaEventDecoder.h"
 #include "Platform/MIDI/Alsa/AlsaPort.h"
-#include "Platform/MIDI/MessageAssembler.h"
 #include "Platform/MIDI/MIDIBackEnd.h"
+#include "Platform/MIDI/MessageAssembler.h"
 #include "Platform/MIDI/SoundingNotes.h"
 
 #include <cstdint>

@@ -74,8 +74,8 @@ bool Lv2Instance::instantiate() {
 }
 
 Lv2Instance::~Lv2Instance() {
-    _worker.stop();
     if (_instance == nullptr) return;
+    _worker.finish();
     lilv_instance_deactivate(_instance);
     const std::lock_guard lock(_source->world().mutex());
     lilv_instance_free(_instance);

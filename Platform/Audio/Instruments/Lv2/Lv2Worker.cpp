@@ -23,6 +23,13 @@ void Lv2Worker::stop() {
     if (_thread.joinable()) _thread.join();
 }
 
+void Lv2Worker::finish() {
+    constexpr int kMostRounds = 64;  // of a plug-in that always wants more
+    stop();
+    if (_interface == nullptr) return;
+    for (int round = 0; round < kMostRounds && (workOnce() || hasAnswers()); ++round) deliverAnswers();
+}
+
 void Lv2Worker::start(LV2_Handle plugin, const LV2_Worker_Interface* interface) {
     if (interface == nullptr || interface->work == nullptr) return;
     _plugin = plugin;
@@ -62,22 +69,31 @@ void Lv2Worker::work() {
 }
 
 void Lv2Worker::workOff() {
-    while (!_isEnding.load(std::memory_order_relaxed)) {
-        const std::lock_guard lock(_workMutex);
-        const auto request = _requests.front();
-        if (!request) return;
-        _interface->work(_plugin, &answer, this, static_cast<std::uint32_t>(request->size()), request->data());
-        _requests.pop();
+    while (!_isEnding.load(std::memory_order_relaxed) && workOnce()) {
     }
 }
 
-void Lv2Worker::finishRun() noexcept {
-    if (_interface == nullptr) return;
+/// False when there is nothing to do.
+bool Lv2Worker::workOnce() {
+    const std::lock_guard lock(_workMutex);
+    const auto request = _requests.front();
+    if (!request) return false;
+    _interface->work(_plugin, &answer, this, static_cast<std::uint32_t>(request->size()), request->data());
+    _requests.pop();
+    return true;
+}
+
+void Lv2Worker::deliverAnswers() noexcept {
     while (const auto message = _answers.front()) {
         if (_interface->work_response != nullptr)
             _interface->work_response(_plugin, static_cast<std::uint32_t>(message->size()), message->data());
         _answers.pop();
     }
+}
+
+void Lv2Worker::finishRun() noexcept {
+    if (_interface == nullptr) return;
+    deliverAnswers();
     if (_interface->end_run != nullptr) _interface->end_run(_plugin);
 }
 

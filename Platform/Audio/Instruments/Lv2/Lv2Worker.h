@@ -27,8 +27,9 @@ class Lv2Worker {
     /// Starts the thread. Once, after the plug-in was made and before it runs.
     void start(LV2_Handle plugin, const LV2_Worker_Interface* interface);
 
-    /// Ends the thread after the work at hand; what waits is dropped.
-    void stop();
+    /// Ends the thread and does here what is still to be done: what is under way to the plug-in would be lost with the
+    /// queue. After the last run; runs the plug-in's code.
+    void finish();
 
     /// Gives the plug-in the answers that have come. The audio thread, after each run; runs the plug-in's code.
     void finishRun() noexcept;
@@ -43,8 +44,11 @@ class Lv2Worker {
   private:
     static LV2_Worker_Status schedule(LV2_Worker_Schedule_Handle handle, std::uint32_t size, const void* data);
     static LV2_Worker_Status answer(LV2_Worker_Respond_Handle handle, std::uint32_t size, const void* data);
+    void stop();
     void work();
     void workOff();
+    bool workOnce();
+    void deliverAnswers() noexcept;
 
     static constexpr std::size_t kQueueBytes = 65536;
 
