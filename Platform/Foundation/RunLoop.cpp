@@ -12,7 +12,7 @@
 namespace zelvane {
 
 /// Shared, because another thread may still be telling this one's that a perform is done when the loop goes away.
-struct RunLoop::State : Signal, std::enable_shared_from_this<RunLoop::State> {
+struct RunLoop::State : Signal, TimerHolder, std::enable_shared_from_this<RunLoop::State> {
     State(RunLoop& theLoop, Clock& theClock) : loop(&theLoop), clock(theClock) {}
 
     bool push(TimePoint date, std::uint64_t sequence, WorkQueue::Work work);
@@ -23,6 +23,8 @@ struct RunLoop::State : Signal, std::enable_shared_from_this<RunLoop::State> {
     bool performAndWait(const Work& work);
     void serveUntilFinished(WaitingPerform& perform);
 
+    void add(std::shared_ptr<Timer> timer);
+    void withdraw(Timer& timer) override;
     WorkQueue::Item takeDue(std::optional<TimePoint> limit);
     bool runItem(WorkQueue::Item item);
     bool runTimer(Timer& timer);
@@ -121,11 +123,8 @@ TimePoint RunLoop::now() {
 }
 
 void RunLoop::add(std::shared_ptr<Timer> timer) {
-    if (!timer || !timer->claim()) return;
     const auto state = _state;
-    const TimePoint date = timer->_fireDate;
-    const std::uint64_t sequence = timer->_sequence;
-    state->push(date, sequence, std::move(timer));
+    if (timer && timer->claim(state)) state->add(std::move(timer));
 }
 
 bool RunLoop::perform(Work work, Wait wait) {
@@ -197,6 +196,21 @@ bool RunLoop::State::push(TimePoint date, std::uint64_t sequence, WorkQueue::Wor
     const bool isFirst = queue.push({date, sequence}, std::move(work));
     if (isFirst || isWaitedFor) condition.notify_all();
     return true;
+}
+
+void RunLoop::State::add(std::shared_ptr<Timer> timer) {
+    push(timer->_fireDate, timer->_sequence, timer);
+    // Another thread may have invalidated it before there was anything to withdraw.
+    if (!timer->isValid()) withdraw(*timer);
+}
+
+void RunLoop::State::withdraw(Timer& timer) {
+    WorkQueue::Item withdrawn;
+    {
+        const std::lock_guard lock(mutex);
+        withdrawn = queue.take({timer._fireDate, timer._sequence});
+    }
+    if (withdrawn) timer.letGo();
 }
 
 bool RunLoop::State::performAtOnce(const Work& work) {

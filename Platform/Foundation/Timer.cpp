@@ -5,6 +5,7 @@
 #include "Platform/Foundation/WorkQueue.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zelvane {
 
@@ -34,23 +35,36 @@ Timer::Timer(TimePoint fireDate, Duration repeatInterval, Action action)
       _repeatInterval(heldRepeatInterval(repeatInterval)),
       _action(std::move(action)) {}
 
+// One that repeats moves its date, and its loop finds it soon enough; a single one may wait for weeks.
 void Timer::invalidate() {
     _isValid.store(false, std::memory_order_release);
+    if (_repeatInterval > Duration::zero()) return;
+    std::unique_lock lock(_mutex);
+    const auto holder = std::exchange(_holder, {}).lock();
+    lock.unlock();
+    if (holder != nullptr) holder->withdraw(*this);
 }
 
-bool Timer::claim() {
-    return isValid() && !_isScheduled.exchange(true);
+bool Timer::claim(std::weak_ptr<TimerHolder> holder) {
+    if (!isValid() || _isScheduled.exchange(true)) return false;
+    const std::lock_guard lock(_mutex);
+    _holder = std::move(holder);
+    return true;
 }
 
 bool Timer::mayFire() {
     return _repeatInterval > Duration::zero() ? isValid() : _isValid.exchange(false);
 }
 
+// An action may hold what holds this timer.
+void Timer::letGo() {
+    Action().swap(_action);
+}
+
 /// Moves the date past `now`. False when the timer is done, and then what its action holds is let go.
 bool Timer::reschedule(TimePoint now) {
     if (!isValid()) {
-        // An action may hold what holds this timer.
-        Action().swap(_action);
+        letGo();
         return false;
     }
     const auto missed = std::max(Duration::zero(), now - _fireDate) / _repeatInterval;

@@ -7,8 +7,19 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 
 namespace zelvane {
+
+class Timer;
+
+/// Where a timer waits for its date.
+class TimerHolder {
+  public:
+    virtual ~TimerHolder() = default;
+    /// Gives up a timer that will not fire any more. Any thread.
+    virtual void withdraw(Timer& timer) = 0;
+};
 
 /// An action with a fire date that is fixed when the timer is made. It fires only once a run loop has been given it
 /// (`RunLoop::add`), which may be long after its date, or never. May be handed between threads; its action runs on the
@@ -35,15 +46,17 @@ class Timer {
     /// False once it was invalidated, or has fired and does not repeat. Any thread.
     bool isValid() const { return _isValid.load(std::memory_order_acquire); }
 
-    /// The timer will not fire any more. Any thread; does not wait for an action that is running.
+    /// The timer will not fire any more, and its run loop forgets it. Any thread; does not wait for an action that is
+    /// running.
     void invalidate();
 
   private:
     friend class RunLoop;
 
-    bool claim();
+    bool claim(std::weak_ptr<TimerHolder> holder);
     bool mayFire();
     bool reschedule(TimePoint now);
+    void letGo();
 
     TimePoint _fireDate;
     const std::uint64_t _sequence;
@@ -51,6 +64,8 @@ class Timer {
     Action _action;
     std::atomic<bool> _isValid{true};
     std::atomic<bool> _isScheduled{false};
+    std::mutex _mutex;
+    std::weak_ptr<TimerHolder> _holder;  // guarded by _mutex
 };
 
 }  // namespace zelvane

@@ -60,6 +60,9 @@ class WorkQueue {
     /// Takes the first work that another thread waits for, if any.
     Item popFirstWaiting();
 
+    /// Takes that work, if it is there and nobody waits for it.
+    Item take(Key key) { return _ordinary.extract(key); }
+
     bool hasWaiting() const { return !_waiting.empty(); }
 
     void swap(WorkQueue& other) noexcept;

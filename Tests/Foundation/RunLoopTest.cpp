@@ -113,6 +113,10 @@ TEST_F(RunLoopTest, AnInvalidatedTimerNeverFiresAndLetsGoOfWhatItHolds) {
     EXPECT_TRUE(loop.runOnce());  // passes over the invalid timer
     EXPECT_EQ(*held, 100);
     EXPECT_EQ(held.use_count(), 2);  // ours, and that of the timer no loop ever had
+    const auto distant = Timer::after(10000h, [held](Timer&) {});
+    loop.add(distant);
+    distant->invalidate();
+    EXPECT_EQ(held.use_count(), 2) << "kept until its date";
 }
 
 TEST_F(RunLoopTest, RepeatingTimersSkipWhatTheyMissedAndStopThemselves) {

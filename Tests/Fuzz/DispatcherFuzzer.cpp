@@ -33,12 +33,18 @@ class Dispatcher {
         letTimePass();
         if (++_inputs % 64 == 0) _rig.renderBlock();
         // A stream that is never started would fill the memory, and so would what is told of errors.
-        if (_inputs % 4096 == 0) _decoder->gotOSCPacket(OSCPacket{OSCMessage{"/vesk.µq/reset", {}}});
+        if (_inputs % 4096 == 0) forgetStreams();
         _rig.application.errors.clear();
         if (!_engine.allMicroUnitsAreSetUp() || _rig.loop.hasEnded()) std::abort();
     }
 
   private:
+    // The second one is for the list of those that are paused, which a reset keeps.
+    void forgetStreams() {
+        for (const char* address : {"/vesk.µq/reset", "/vesk.µq/pause"})
+            _decoder->gotOSCPacket(OSCPacket{OSCMessage{address, {}}});
+    }
+
     void letTimePass() {
         const TimePoint end = _rig.clock.now() + std::chrono::milliseconds(5);
         for (int i = 0; i < 256 && _rig.loop.runOnce(end); ++i) {

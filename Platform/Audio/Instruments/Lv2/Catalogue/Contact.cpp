@@ -76,7 +76,7 @@ std::optional<ContactResult> tryInstrument(const std::filesystem::path& scanner,
     const ProcessEnd end = runLimited(
         command, limits, [&](std::string_view line) { told.read(line); }, stop);
     if (end.kind == ProcessEnd::Kind::stopped || end.kind == ProcessEnd::Kind::notStarted) return std::nullopt;
-    ContactResult result{refusal(told, end, limits), std::nullopt};
+    ContactResult result{refusal(told, end, limits), std::nullopt, end.kind == ProcessEnd::Kind::tookTooLong};
     if (result.refusal.empty()) result.bendCents = told.bendCents;
     return result;
 }

@@ -15,6 +15,7 @@ namespace zelvane {
 struct ContactResult {
     std::string refusal;  ///< what went wrong, as a sentence; empty when all went well
     std::optional<double> bendCents;
+    bool tookTooLong = false;  ///< which may be the fault of a busy machine
 };
 
 /// What an instrument may use while it is tried. Where the program itself reserves more memory than any machine has,

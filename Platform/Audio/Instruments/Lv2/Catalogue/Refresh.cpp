@@ -82,6 +82,7 @@ class Refresh {
         if (!result) return false;
         instrument.entry.refusal = result->refusal;
         instrument.entry.bendCents = result->bendCents;
+        if (result->tookTooLong) instrument.stamp.clear();  // so that it is tried again the next time
         return true;
     }
 
