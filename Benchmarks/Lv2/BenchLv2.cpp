@@ -5,6 +5,7 @@
 #include "Benchmarks/Common/CoreTime.h"
 #include "Benchmarks/Common/Require.h"
 #include "Benchmarks/Common/Statistics.h"
+#include "Benchmarks/Lv2/SwitchingPlayer.h"
 #include "Platform/Audio/Devices/Jack/JackBackEnd.h"
 #include "Platform/Audio/FlushToZero.h"
 #include "Platform/Audio/Graph/AVAudioEngine.h"
@@ -127,6 +128,28 @@ void measureSwitching() {
         }
         std::printf("ten %s: made in %.1f ms (the first time %.1f ms), gone in %.1f ms\n", subject.name,
                     median(making) * 1e3, making[0] * 1e3, median(freeing) * 1e3);
+    }
+}
+
+/// As the user waits for it: from the choice until ten units are set up, connected and tuned.
+void measurePlayer() {
+    std::vector<Lv2Entry> entries;
+    for (const Subject& subject : subjects()) {
+        entries.push_back(subject.entry);
+        entries.back().name = subject.name;
+    }
+    SwitchingPlayer player(entries);
+    for (const auto& [name, measured] : subjects()) {
+        std::vector<double> seconds;
+        for (int round = 0; round < kRounds; ++round) {
+            player.engine->setMusicDeviceFromName(std::string_view(name) == "JX10" ? "Monosynth" : "JX10");
+            const double start = now();
+            player.engine->setMusicDeviceFromName(name);
+            seconds.push_back(now() - start);
+            require(player.engine->allMicroUnitsAreSetUp(), "the units are not set up");
+        }
+        std::printf("the player goes over to %s in %.1f ms (the first time %.1f ms)\n", name, median(seconds) * 1e3,
+                    seconds[0] * 1e3);
     }
 }
 
@@ -273,6 +296,7 @@ void measureOnServer() {
 void measure(std::string_view part) {
     if (part.empty() || part == "rendering") measureRendering();
     if (part.empty() || part == "switching") measureSwitching();
+    if (part.empty() || part == "player") measurePlayer();
     if (part.empty() || part == "server") measureOnServer();
 }
 

@@ -30,7 +30,7 @@ constexpr double kBend = EVIL_BEND;
 
 [[maybe_unused]] void useEightGigabytes() {
     constexpr std::size_t kSize = std::size_t{8} << 30;
-    auto* volatile memory = static_cast<char*>(std::malloc(kSize));
+    auto* memory = static_cast<volatile char*>(std::malloc(kSize));
     for (std::size_t page = 0; page < kSize; page += 4096) memory[page] = 1;
 }
 

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Platform/Audio/Devices/Null/NullBackEnd.h"
+#include "Platform/Audio/Graph/AudioPlatform.h"
+#include "Platform/Audio/Instruments/Lv2/Lv2InstrumentFactory.h"
+#include "Platform/Foundation/Thread.h"
+#include "Sources/Zelvane/AudioEngine/AudioEngine.h"
+#include "Tests/Fakes/FakeApplication.h"
+#include "Tests/Fakes/TemporaryFolder.h"
+
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace zelvane {
+
+/// LV2 instruments under names of their own.
+class NamedInstruments final : public AudioComponentProvider {
+  public:
+    explicit NamedInstruments(std::vector<Lv2Entry> entries) : _entries(std::move(entries)) {}
+
+    std::vector<AVAudioUnitComponent> components() override {
+        std::vector<AVAudioUnitComponent> all;
+        for (std::uint32_t place = 0; place < _entries.size(); ++place)
+            all.push_back(
+                {_entries[place].name, {kAudioUnitType_MusicDevice, place + 1, 1, kAudioComponentFlag_SandboxSafe, 0}});
+        return all;
+    }
+    std::unique_ptr<Instrument> instantiate(const AudioComponentDescription& description, Error& error) override {
+        return makeLv2Instrument(_entries.at(description.componentSubType - 1), error);
+    }
+
+  private:
+    const std::vector<Lv2Entry> _entries;
+};
+
+/// The player's engine on the paced device, with a player thread of its own.
+class SwitchingPlayer {
+  public:
+    explicit SwitchingPlayer(std::vector<Lv2Entry> entries) {
+        setenv("XDG_DATA_HOME", _folder.path.c_str(), 1);
+        _mainLoop.attachToCurrentThread();
+        std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
+        backEnds.push_back(std::make_unique<NullBackEnd>());
+        std::vector<std::unique_ptr<AudioComponentProvider>> providers;
+        providers.push_back(std::make_unique<NamedInstruments>(std::move(entries)));
+        _platform = std::make_unique<AudioPlatform>(std::move(backEnds), std::move(providers));
+        engine = std::make_unique<AudioEngine>(_playerLoop, *_platform, _application, _defaults);
+    }
+    ~SwitchingPlayer() {
+        engine.reset();
+        _playerLoop.end();
+        _player.join();
+    }
+
+  private:
+    TemporaryFolder _folder;
+    UserDefaults _defaults{_folder.path / "defaults.plist"};
+    RunLoop _mainLoop, _playerLoop;
+    FakeApplication _application{_mainLoop};
+    std::jthread _player = startThread("player", ThreadRole::player, [this] {
+        _playerLoop.attachToCurrentThread();
+        _playerLoop.run();
+    });
+    std::unique_ptr<AudioPlatform> _platform;
+
+  public:
+    std::unique_ptr<AudioEngine> engine;
+};
+
+}  // namespace zelvane
