@@ -186,8 +186,8 @@ TEST_F(JackMIDI, showsItsVirtualPorts) {
     ASSERT_TRUE(backEnd->createVirtual(2, MIDIDirection::source, "Zelvane"));
     EXPECT_THAT(keys(), IsEmpty());
     JackMIDIPeer peer("keys", {"out"}, {"in"});
-    ASSERT_TRUE(peer.connect("keys:out", "Zelvane MIDI:Zelvane"));
-    ASSERT_TRUE(peer.connect("Zelvane MIDI:Zelvane 2", "keys:in"));
+    ASSERT_TRUE(waitFor([&] { return peer.connect("keys:out", "Zelvane MIDI:Zelvane"); }, 5));
+    ASSERT_TRUE(waitFor([&] { return peer.connect("Zelvane MIDI:Zelvane 2", "keys:in"); }, 5));
     peer.play({{0, kNoteOn}});
     EXPECT_TRUE(hears(1, {kNoteOn}));
 

@@ -132,7 +132,8 @@ bool JackMIDISwitchboard::createVirtual(MIDILineID id, MIDIDirection direction, 
     Line line{.direction = direction, .name = name};
     if (isServed()) {
         makePort(id, line);
-        if (line.port == nullptr) return false;
+        // A server that is just going away has no ports to give; the next one has.
+        if (line.port == nullptr && !_client->isDead()) return false;
     }
     _lines[id] = std::move(line);
     return true;
