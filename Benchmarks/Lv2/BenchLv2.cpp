@@ -12,6 +12,7 @@
 #include "Platform/Audio/Graph/AudioPlatform.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2InstrumentFactory.h"
 #include "Platform/Foundation/FileDescriptor.h"
+#include "Platform/Foundation/Log.h"
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/JackMIDIPeer.h"
 #include "Tests/Fakes/JackServer.h"
@@ -138,6 +139,7 @@ void measurePlayer() {
         entries.push_back(subject.entry);
         entries.back().name = subject.name;
     }
+    const auto silence = Log::redirect([](std::string_view) {});
     SwitchingPlayer player(entries);
     for (const auto& [name, measured] : subjects()) {
         std::vector<double> seconds;
