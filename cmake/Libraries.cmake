@@ -10,6 +10,7 @@ pkg_check_modules(pulse REQUIRED IMPORTED_TARGET libpulse)
 # Of libjack only the headers: the library itself is chosen and loaded when the program runs.
 pkg_check_modules(jack REQUIRED jack)
 pkg_check_modules(alsa REQUIRED IMPORTED_TARGET alsa)
-pkg_check_modules(libav REQUIRED IMPORTED_TARGET libavformat>=59 libavcodec>=59 libavutil>=57 libswresample>=4)
+# Of libav only the headers: the libraries are loaded when something is first recorded.
+pkg_check_modules(libav REQUIRED libavformat>=59 libavcodec>=59 libavutil>=57 libswresample>=4)
 pkg_check_modules(lilv REQUIRED IMPORTED_TARGET lilv-0>=0.24)
 pkg_check_modules(lv2 REQUIRED IMPORTED_TARGET lv2)

@@ -132,9 +132,10 @@ OSStatus ExtAudioFileCreateWithURL(const std::filesystem::path& path, AudioFileT
                                    ExtAudioFileRef& file, ExtAudioFileOptions options) {
     if (type != kAudioFileM4AType) return kAudioFileUnsupportedFileTypeError;
     if (!isLossless(format)) return kAudioFileUnsupportedDataFormatError;
-    // What libav would say to a terminal comes with the errors.
-    av_log_set_level(AV_LOG_QUIET);
     return statusOf([&] {
+        loadLibav();
+        // What libav would say to a terminal comes with the errors.
+        av_log_set_level(AV_LOG_QUIET);
         const auto place = placeOf(path);
         std::error_code error;
         if ((flags & kAudioFileFlags_EraseFile) == 0 && std::filesystem::exists(place, error))
