@@ -11,7 +11,7 @@
 
 namespace zelvane {
 
-#define ZELVANE_DEFINE_FUNCTION(library, name) decltype(&::name) name = nullptr;
+#define ZELVANE_DEFINE_FUNCTION(library, name) decltype (&::name)(name) = nullptr;
 ZELVANE_LIBAV_FUNCTIONS(ZELVANE_DEFINE_FUNCTION)
 #undef ZELVANE_DEFINE_FUNCTION
 
@@ -36,7 +36,7 @@ void load() {
     void* const swresample = library("swresample", LIBSWRESAMPLE_VERSION_MAJOR);
     void* const avcodec = library("avcodec", LIBAVCODEC_VERSION_MAJOR);
     void* const avformat = library("avformat", LIBAVFORMAT_VERSION_MAJOR);
-#define ZELVANE_FIND_FUNCTION(library, name) name = reinterpret_cast<decltype(name)>(function(library, #name));
+#define ZELVANE_FIND_FUNCTION(library, name) (name) = reinterpret_cast<decltype(name)>(function((library), #name));
     ZELVANE_LIBAV_FUNCTIONS(ZELVANE_FIND_FUNCTION)
 #undef ZELVANE_FIND_FUNCTION
 }
