@@ -11,7 +11,8 @@
 
 namespace zelvane {
 
-#define ZELVANE_DEFINE_FUNCTION(library, name) decltype (&::name)(name) = nullptr;
+// NOLINTNEXTLINE(bugprone-macro-parentheses)
+#define ZELVANE_DEFINE_FUNCTION(library, name) decltype(&::name) name = nullptr;
 ZELVANE_LIBAV_FUNCTIONS(ZELVANE_DEFINE_FUNCTION)
 #undef ZELVANE_DEFINE_FUNCTION
 

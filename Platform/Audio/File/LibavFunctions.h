@@ -60,7 +60,8 @@ namespace zelvane {
 // clang-format on
 
 // Within this namespace they go before the functions themselves, which the program is not linked with.
-#define ZELVANE_DECLARE_FUNCTION(library, name) extern decltype (&::name)(name);
+// NOLINTNEXTLINE(bugprone-macro-parentheses)
+#define ZELVANE_DECLARE_FUNCTION(library, name) extern decltype(&::name) name;
 ZELVANE_LIBAV_FUNCTIONS(ZELVANE_DECLARE_FUNCTION)
 #undef ZELVANE_DECLARE_FUNCTION
 
