@@ -51,7 +51,8 @@ fixed_addresses() {
 check_tidy() {
     local folder=build/asan-ubsan
     [[ -f $folder/.built ]] || { echo "Not run, because the build failed."; return 1; }
-    files_to_tidy "$folder" | xargs -0 -r -n 1 -P "$(nproc)" scripts/tidy.sh "$folder"
+    # A source may be built into several targets.
+    files_to_tidy "$folder" | sort -zu | xargs -0 -r -n 1 -P "$(nproc)" scripts/tidy.sh "$folder"
 }
 
 # Sources of the build that are newer than their mark, or include what is.
