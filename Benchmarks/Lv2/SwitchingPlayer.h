@@ -3,10 +3,10 @@
 
 #include "Platform/Audio/Devices/Null/NullBackEnd.h"
 #include "Platform/Audio/Graph/AudioPlatform.h"
-#include "Platform/Audio/Instruments/Lv2/Lv2InstrumentFactory.h"
 #include "Platform/Foundation/Thread.h"
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 #include "Tests/Fakes/FakeApplication.h"
+#include "Tests/Fakes/ListedLv2Instruments.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 
 #include <memory>
@@ -17,26 +17,6 @@
 
 namespace zelvane {
 
-/// LV2 instruments under names of their own.
-class NamedInstruments final : public AudioComponentProvider {
-  public:
-    explicit NamedInstruments(std::vector<Lv2Entry> entries) : _entries(std::move(entries)) {}
-
-    std::vector<AVAudioUnitComponent> components() override {
-        std::vector<AVAudioUnitComponent> all;
-        for (std::uint32_t place = 0; place < _entries.size(); ++place)
-            all.push_back(
-                {_entries[place].name, {kAudioUnitType_MusicDevice, place + 1, 1, kAudioComponentFlag_SandboxSafe, 0}});
-        return all;
-    }
-    std::unique_ptr<Instrument> instantiate(const AudioComponentDescription& description, Error& error) override {
-        return makeLv2Instrument(_entries.at(description.componentSubType - 1), error);
-    }
-
-  private:
-    const std::vector<Lv2Entry> _entries;
-};
-
 /// The player's engine on the paced device, with a player thread of its own.
 class SwitchingPlayer {
   public:
@@ -46,7 +26,7 @@ class SwitchingPlayer {
         std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
         backEnds.push_back(std::make_unique<NullBackEnd>());
         std::vector<std::unique_ptr<AudioComponentProvider>> providers;
-        providers.push_back(std::make_unique<NamedInstruments>(std::move(entries)));
+        providers.push_back(std::make_unique<ListedLv2Instruments>(std::move(entries)));
         _platform = std::make_unique<AudioPlatform>(std::move(backEnds), std::move(providers));
         engine = std::make_unique<AudioEngine>(_playerLoop, *_platform, _application, _defaults);
     }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Platform/Audio/Instruments/Lv2/Lv2InstrumentFactory.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2Properties.h"
 #include "Platform/Audio/Units/AUListener.h"
 #include "Platform/Audio/Units/AUPreset.h"
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/FakeViewControllers.h"
+#include "Tests/Fakes/ListedLv2Instruments.h"
 #include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/PlayerRig.h"
 
@@ -19,31 +19,18 @@ namespace {
 
 using namespace std::chrono_literals;
 
+Lv2Entry entry(const char* name, const char* uri, const char* bundle) {
+    return {.uri = uri, .name = name, .bundles = {bundle}, .refusal = {}, .bendCents = {}};
+}
+
 /// Some installed instruments; the one of our own stands for the instrument that is always there.
-class InstalledInstruments final : public AudioComponentProvider {
-  public:
-    std::vector<AVAudioUnitComponent> components() override {
-        std::vector<AVAudioUnitComponent> all;
-        for (std::uint32_t place = 0; place < _entries.size(); ++place)
-            all.push_back(
-                {_entries[place].name, {kAudioUnitType_MusicDevice, place + 1, 1, kAudioComponentFlag_SandboxSafe, 0}});
-        return all;
-    }
-    std::unique_ptr<Instrument> instantiate(const AudioComponentDescription& description, Error& error) override {
-        return makeLv2Instrument(_entries.at(description.componentSubType - 1), error);
-    }
-
-  private:
-    static Lv2Entry entry(const char* name, const char* uri, const char* bundle) {
-        return {.uri = uri, .name = name, .bundles = {bundle}, .refusal = {}, .bendCents = {}};
-    }
-
-    const std::vector<Lv2Entry> _entries{
+std::unique_ptr<AudioComponentProvider> installedInstruments() {
+    return std::make_unique<ListedLv2Instruments>(std::vector<Lv2Entry>{
         entry("DLSMusicDevice", "urn:zelvane:probe", LV2_PROBE_BUNDLE),
         entry("MDA JX10", "http://drobilla.net/plugins/mda/JX10", "/usr/lib/lv2/mda.lv2"),
         entry("Calf Monosynth", "http://calf.sourceforge.net/plugins/Monosynth", "/usr/lib/lv2/calf.lv2"),
-        entry("Exampler", "http://lv2plug.in/plugins/eg-sampler", "/usr/lib/lv2/eg-sampler.lv2")};
-};
+        entry("Exampler", "http://lv2plug.in/plugins/eg-sampler", "/usr/lib/lv2/eg-sampler.lv2")});
+}
 
 class Lv2Engine : public testing::Test {
   protected:
@@ -82,7 +69,7 @@ class Lv2Engine : public testing::Test {
     LogLines log;
     TemporaryFolder folder;
     UserDefaults defaults{folder.path / "defaults.plist"};
-    PlayerRig rig{std::make_unique<InstalledInstruments>()};
+    PlayerRig rig{installedInstruments()};
     AudioEngine engine{rig.loop, rig.platform, rig.application, defaults};
 };
 

@@ -269,6 +269,25 @@ TEST(MicrotoneStream, APausedStreamContinuesAtOnceWithItsSpacingAgainAndAgain) {
     EXPECT_THAT(rig.onsets(), ElementsAre(0, 4800, 490 * 48, 590 * 48, 1490 * 48, 1590 * 48));
 }
 
+// What is continued twice after one pause is there twice, and so on.
+TEST(MicrotoneStream, AQueueThatIsDoubledAgainAndAgainEndsAtItsLimitAndIsUsedAgain) {
+    DecoderRig rig;
+    LogLines log;
+    for (int n = 0; n < 1000; ++n) rig.fifosAt(10ms, 100'000, 60);
+    for (int doubling = 0; doubling < 7; ++doubling) {
+        rig.sendAt(20ms, "/vesk.µq/pause");
+        rig.sendAt(20ms, "/vesk.µq/continue");
+        rig.sendAt(20ms, "/vesk.µq/continue");
+    }
+    rig.fifosAt(20ms, 10, 64);
+    rig.sendAt(30ms, "/vesk.µq/reset");
+    rig.fifosAt(30ms, 10, 65);
+    rig.sendAt(31ms, "/vesk.µq/start");
+    rig.rig.renderUntil(200ms);
+    EXPECT_EQ(rig.notes().back().data1, 65);
+    EXPECT_THAT(log.all(), Contains(testing::HasSubstr("the queue holds 100000 notes and takes no more")));
+}
+
 TEST(MicrotoneStream, ResetDropsWhatIsQueuedAndStartsTheNextStreamAnew) {
     DecoderRig rig;
     rig.fifosAt(10ms, 5000, 60);

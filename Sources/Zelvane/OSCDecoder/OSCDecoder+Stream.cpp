@@ -13,6 +13,9 @@ namespace {
 
 // A longer queue than this is started from its end only.
 constexpr std::size_t kLargestStart = 200;
+// Ten notes a second for nearly three hours. Clients that continue twice what they paused once double the queue each
+// time.
+constexpr std::size_t kLongestQueue = 100'000;
 // How many notes are still to come when the client is asked for more.
 constexpr std::size_t kNotesLeftWhenAsking = 5;
 
@@ -36,6 +39,7 @@ void OSCDecoder::queueMicrotone(const OSCMessage& message) {
                    {"gotOSCPacket:", message.argumentsDescription()});
         return;
     }
+    if (isQueueFull()) return;
     _curMicrotoneOffset += secondsSincePrevious(message);
     appendMicrotoneTimer(message);
 }
@@ -46,6 +50,17 @@ void OSCDecoder::appendMicrotoneTimer(const OSCMessage& message) {
         if (const auto self = decoder.lock()) self->handleOSCMicrotoneNoteOnPacket(fired);
     });
     _oscMicrotoneTimersArray.push_back({std::move(timer), message});
+}
+
+/// Tells of the first note that finds no room, not of those that follow it.
+bool OSCDecoder::isQueueFull() {
+    const bool isFull = _oscMicrotoneTimersArray.size() >= kLongestQueue;
+    if (isFull && !_hasToldOfFullQueue) {
+        Log::write("OSCDecoder: [%@] the queue holds %d notes and takes no more",
+                   {"gotOSCPacket:", std::to_string(kLongestQueue)});
+    }
+    _hasToldOfFullQueue = isFull;
+    return isFull;
 }
 
 void OSCDecoder::startMicrotones(const OSCMessage& /*message*/) {
@@ -91,6 +106,7 @@ void OSCDecoder::continueMicrotones(const OSCMessage& /*message*/) {
     }
     _curMicrotoneOffset = -secondsSincePrevious(_oscPausedPacketsArray->front());
     for (const OSCMessage& message : *_oscPausedPacketsArray) {
+        if (isQueueFull()) return;
         _curMicrotoneOffset += secondsSincePrevious(message);
         appendMicrotoneTimer(message);
         _playerThread.add(_oscMicrotoneTimersArray.back().timer);

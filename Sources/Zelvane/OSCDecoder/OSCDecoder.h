@@ -83,6 +83,7 @@ class OSCDecoder : public OSCConnectionDelegate, public std::enable_shared_from_
     void continueMicrotones(const OSCMessage& message);
     void resetMicrotones(const OSCMessage& message);
     void appendMicrotoneTimer(const OSCMessage& message);
+    bool isQueueFull();
     void handleOSCMicrotoneNoteOnPacket(const Timer& timer);
     void playMicrotone(const OSCMessage& message);
     void askForNextMicrotoneChunk();
@@ -98,6 +99,7 @@ class OSCDecoder : public OSCConnectionDelegate, public std::enable_shared_from_
 
     std::deque<MicrotoneTimer> _oscMicrotoneTimersArray;
     std::optional<std::vector<OSCMessage>> _oscPausedPacketsArray;
+    bool _hasToldOfFullQueue = false;
     double _curMicrotoneOffset = 0;  // seconds from now to the next queued note
 
     std::unique_ptr<OSCConnection> _connection;
