@@ -14,3 +14,6 @@ pkg_check_modules(alsa REQUIRED IMPORTED_TARGET alsa)
 pkg_check_modules(libav REQUIRED libavformat>=59 libavcodec>=59 libavutil>=57 libswresample>=4)
 pkg_check_modules(lilv REQUIRED IMPORTED_TARGET lilv-0>=0.24)
 pkg_check_modules(lv2 REQUIRED IMPORTED_TARGET lv2)
+# The desktop's part alone; the player runs without it.
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets DBus Svg)
+pkg_check_modules(xcb REQUIRED IMPORTED_TARGET xcb)

@@ -30,6 +30,21 @@ function(zelvane_library name)
     endforeach()
 endfunction()
 
+# A folder of the desktop's part, made with Qt. Objects, not an archive: they go into a test, or into the module that the
+# player loads, which gets what it USES from the player itself.
+#   zelvane_desktop_objects(NAME SOURCES file... [INTERFACES ui-file...] [USES library...])
+function(zelvane_desktop_objects name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;INTERFACES;USES" ${ARGN})
+    add_library(${name} OBJECT ${ARG_SOURCES} ${ARG_INTERFACES})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON AUTOUIC ON POSITION_INDEPENDENT_CODE ON
+        AUTOUIC_SEARCH_PATHS ${PROJECT_SOURCE_DIR}/Resources/Interfaces)
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    # Words of ours stay words, and texts are converted where one can see it.
+    target_compile_definitions(${name} PUBLIC QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII)
+    target_link_libraries(${name} PUBLIC Threads::Threads Qt6::Widgets Qt6::DBus Qt6::Svg ${ARG_USES}
+        PRIVATE zelvane_warnings)
+endfunction()
+
 # A test program that ctest runs whole; labels pick tests for a preset ("threads" run under the thread sanitizer too).
 #   zelvane_test(NAME SOURCES file... USES library... [LABELS label...] [TIMEOUT seconds])
 function(zelvane_test name)

@@ -20,6 +20,10 @@ build  libavformat-dev      pc:libavformat                       recordings: the
 build  libavcodec-dev       pc:libavcodec                        recordings: Apple Lossless
 build  libavutil-dev        pc:libavutil                         recordings: what these two work with
 build  libswresample-dev    pc:libswresample                     recordings: conversion of sample rates
+build  qt6-base-dev         file:/usr/lib/*/cmake/Qt6Widgets/Qt6WidgetsConfig.cmake,/usr/lib/cmake/Qt6Widgets/Qt6WidgetsConfig.cmake,/usr/lib64/cmake/Qt6Widgets/Qt6WidgetsConfig.cmake  status item, windows (Qt 6.4)
+build  qt6-svg-dev          file:/usr/lib/*/cmake/Qt6Svg/Qt6SvgConfig.cmake,/usr/lib/cmake/Qt6Svg/Qt6SvgConfig.cmake,/usr/lib64/cmake/Qt6Svg/Qt6SvgConfig.cmake  images of the status item
+build  libxcb1-dev          pc:xcb                               editors of LV2 instruments in windows of ours
+build  gettext              cmd:msgfmt                           translations
 run    timgm6mb-soundfont   file:/usr/share/sounds/sf2/*.sf2,/usr/share/soundfonts/*.sf2  the instrument: a General MIDI SoundFont
 
 test   clang-14             cmd:clang++-14                       second compiler, sanitizers, fuzzing
@@ -45,6 +49,11 @@ test   calf-plugins         file:/usr/lib/lv2/calf.lv2/manifest.ttl  an instrume
 test   zynaddsubfx-lv2      file:/usr/lib/lv2/ZynAddSubFX.lv2/manifest.ttl  a heavy instrument
 test   synthv1-lv2          file:/usr/lib/lv2/synthv1.lv2/manifest.ttl  an instrument with another bend range
 test   lv2-examples         file:/usr/lib/lv2/eg-sampler.lv2/manifest.ttl  an instrument with writable properties
+test   xvfb                 cmd:Xvfb                             a display without a screen
+test   openbox              cmd:openbox                          its window manager
+test   trayer               cmd:trayer                           its tray of the old kind
+test   xdotool              cmd:xdotool                          clicks and keys there
+test   x11-utils            cmd:xwininfo                         looks at windows there
 
 machine qemu-system-x86     cmd:qemu-system-x86_64               the virtual machine of ./test --machine
 machine cpio                cmd:cpio                             packs its first files
