@@ -137,7 +137,7 @@ int play(const Options& options) {
     AppDelegate application(mainRunLoop, platform, defaults, shell);
     if (!options.isHeadless) std::cerr << "zelvane: no desktop shell, so it runs as with --headless.\n";
     application.applicationDidFinishLaunching(true);
-    if (options.record) application.zelvane()->enableRecording(std::filesystem::absolute(*options.record));
+    if (options.record) application.enableRecording(std::filesystem::absolute(*options.record));
     mainRunLoop.run();
     application.applicationWillTerminate();
     defaults.save();

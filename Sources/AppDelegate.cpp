@@ -10,7 +10,9 @@
 namespace zelvane {
 
 AppDelegate::AppDelegate(RunLoop& mainRunLoop, AudioPlatform& platform, UserDefaults& defaults, Shell& shell)
-    : _mainRunLoop(mainRunLoop), _platform(platform), _defaults(defaults), _shell(shell) {}
+    : _mainRunLoop(mainRunLoop), _platform(platform), _defaults(defaults), _shell(shell) {
+    _shell.setDelegate(*this);
+}
 
 AppDelegate::~AppDelegate() {
     applicationWillTerminate();
@@ -90,6 +92,9 @@ void AppDelegate::bindToAddress() {
 
 void AppDelegate::startStopListening() {
     if (_zelvane->isListening()) {
+        // Also a recording that is only armed takes the branch that ends it.
+        _zelvane->setIsRecordingEnabled(true);
+        startStopRecording();
         if (_bindToAddressSucceeded) _zelvane->disconnect();
         _zelvane->stopRunning();
     } else {
@@ -105,9 +110,70 @@ void AppDelegate::startStopListening() {
     statusDidChange();
 }
 
+void AppDelegate::startStopRecording() {
+    if (_zelvane->isRecordingEnabled() || _zelvane->isRecording()) {
+        _zelvane->stopRecording();
+        return _shell.startRecordingMenuItem().setTitle(localizedString("Start Recording…"));
+    }
+    if (const auto url = urlFromUser({"m4a"})) enableRecording(*url);
+}
+
+void AppDelegate::enableRecording(const std::filesystem::path& url) {
+    _zelvane->enableRecording(url);
+    _shell.startRecordingMenuItem().setTitle(localizedString("Stop Recording"));
+}
+
+std::optional<std::filesystem::path> AppDelegate::urlFromUser(const std::vector<std::string>& allowedTypes) {
+    return _shell.runSavePanel(localizedString("Save Recording"), localizedString("Save recording as"),
+                               _defaults.string("recordingFileName").value_or(std::string()), allowedTypes);
+}
+
+void AppDelegate::allNotesOff() {
+    _playerRunLoop.perform([this] { _zelvane->allNotesOff(); });
+}
+
+void AppDelegate::sendMicroTunings() {
+    _zelvane->sendMicroTunings();
+}
+
+void AppDelegate::preferencesDialog() {
+    if (_preferencesDialogIsOpen) return;
+    _preferencesDialogIsOpen = true;
+    _shell.statusItem().setEnabled(false);
+    const bool isAccepted = _shell.runPreferencesDialog(*_zelvane) == 1;
+    if (isAccepted && _zelvane->isListening()) {
+        _zelvane->setIsListening(false);
+        startStopListening();
+    }
+    _shell.statusItem().setEnabled(true);
+    _preferencesDialogIsOpen = false;
+}
+
 void AppDelegate::statusDidChange() {
+    showImage();
     _shell.showStatus({_zelvane->isListening(), _zelvane->isRecordingEnabled(), _zelvane->isRecording(),
                        _zelvane->listeningPort(), _platform.controller.status().current.device});
+}
+
+void AppDelegate::showImage() {
+    if (_zelvaneIsRecordingEnabledTimer != nullptr) _zelvaneIsRecordingEnabledTimer->invalidate();
+    _zelvaneIsRecordingEnabledTimer.reset();
+    StatusItem& item = _shell.statusItem();
+    if (_zelvane->isRecording()) return item.setImage(StatusImage::statusIsRecording);
+    if (_zelvane->isRecordingEnabled()) {
+        _zelvaneIsRecordingEnabledTimer =
+            Timer::every(std::chrono::milliseconds(500), [this](Timer&) { blinkStatusIsRecording(); });
+        return _mainRunLoop.add(_zelvaneIsRecordingEnabledTimer);
+    }
+    const bool isListening = _zelvane->isListening();
+    item.setImage(isListening ? StatusImage::statusIsRunning : StatusImage::statusIsWaiting);
+    _shell.startMenuItem().setTitle(localizedString(isListening ? "Stop Listening" : "Start Listening"));
+}
+
+void AppDelegate::blinkStatusIsRecording() {
+    StatusItem& item = _shell.statusItem();
+    const bool isRed = item.image() == StatusImage::statusIsRecording;
+    item.setImage(isRed ? StatusImage::statusIsRunning : StatusImage::statusIsRecording);
 }
 
 void AppDelegate::presentErrorAndTerminate(const Error& error) {

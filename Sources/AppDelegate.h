@@ -9,8 +9,12 @@
 #include "Sources/Zelvane/Zelvane.h"
 
 #include <atomic>
+#include <filesystem>
 #include <memory>
+#include <optional>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace zelvane {
 
@@ -30,9 +34,20 @@ class AppDelegate : public Application {
     /// Ends the player thread. Afterwards the object may only be destroyed.
     void applicationWillTerminate();
 
+    // The menu's actions.
     void startStopListening();
+    /// Arms a recording after asking for its file, or ends the one that is armed or runs.
+    void startStopRecording();
+    void enableRecording(const std::filesystem::path& url);
+    void allNotesOff();
+    void sendMicroTunings();
+    void preferencesDialog();
+
     void bindToAddress();
+    /// None when the user would rather not.
+    std::optional<std::filesystem::path> urlFromUser(const std::vector<std::string>& allowedTypes);
     void statusDidChange() override;
+    void blinkStatusIsRecording();
 
     /// Ends the program with that status. Any thread.
     void terminate(int status);
@@ -44,13 +59,14 @@ class AppDelegate : public Application {
     void showScanProgress(const std::string& instrument) override { _shell.showScanProgress(instrument); }
     void incrementScanProgress(std::uint32_t propertyID) override { _shell.incrementScanProgress(propertyID); }
     void hideScanProgress() override { _shell.hideScanProgress(); }
-    void microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& node) override { _shell.showEditors(node); }
+    void microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& /*synthNode*/) override {}
     void recordingDidFinish(const RecordingSummary& recording) override { _shell.showRecording(recording); }
 
     Zelvane* zelvane() { return _zelvane.get(); }
 
   private:
     void musicDevicesDidChange();
+    void showImage();
     void installRunLoopInPlayerThread();
     void playerThreadDummyTimerDo() {}
     void removePlayerThread();
@@ -65,7 +81,9 @@ class AppDelegate : public Application {
     bool _playerThreadMayEnd = false;                // player thread
     std::jthread _playerThread;
 
+    std::shared_ptr<Timer> _zelvaneIsRecordingEnabledTimer;
     bool _bindToAddressSucceeded = false;
+    bool _preferencesDialogIsOpen = false;
     std::atomic<int> _exitStatus{0};  // written by whoever ends the program, read by the main thread
     std::unique_ptr<Zelvane> _zelvane;
 };

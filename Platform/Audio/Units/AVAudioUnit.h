@@ -3,6 +3,7 @@
 
 #include "Platform/Audio/Units/AudioComponent.h"
 #include "Platform/Audio/Units/InstrumentUnit.h"
+#include "Platform/Audio/Units/View.h"
 
 #include <functional>
 #include <memory>
@@ -15,6 +16,8 @@ namespace zelvane {
 class ViewController {
   public:
     virtual ~ViewController() = default;
+    /// The editor, or null. Main thread.
+    virtual std::shared_ptr<View> view() = 0;
 };
 
 class AVAudioUnit;
