@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "PYMIDI/PYMIDIManager.h"
 #include "Platform/Audio/Graph/AudioPlatform.h"
+#include "Platform/Desktop/OneInstance.h"
 #include "Platform/Foundation/Collation.h"
 #include "Platform/Foundation/Folders.h"
 #include "Platform/Foundation/LocalizedString.h"
@@ -8,6 +9,7 @@
 #include "Platform/MIDI/MIDIService.h"
 #include "Platform/OSC/OSCClient.h"
 #include "Resources/AudioServices.h"
+#include "Resources/DesktopLoader.h"
 #include "Resources/InstrumentList.h"
 #include "Resources/MIDIBackEnds.h"
 #include "Resources/Options.h"
@@ -28,6 +30,9 @@ namespace {
 
 constexpr int kFailure = 1;
 constexpr int kUsageFailure = 2;
+
+// What the running player answers to one that was started after it.
+constexpr std::string_view kShown = "shown", kHidden = "hidden";
 
 int complain(const std::string& sentence, int status) {
     std::cerr << "zelvane: " + sentence + "\n";
@@ -118,8 +123,35 @@ void hideMissingDisplay() {
         ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
 }
 
+/// Of several players that share their settings, each would undo what the other stores.
+int yieldTo(const OneInstance& instance, const Options& options) {
+    const auto answer = options.isHeadless ? std::nullopt : instance.callFirst();
+    if (answer != kShown) return complain("it runs already, and one is enough for these settings.", kFailure);
+    std::cout << "Zelvane: it runs already and was brought up\n";
+    return 0;
+}
+
+void answerLaterStarts(OneInstance& instance, RunLoop& mainRunLoop, Shell& shell) {
+    instance.answerWith([&] {
+        bool isShown = false;
+        mainRunLoop.perform([&] { isShown = shell.bringUp(); }, RunLoop::Wait::yes);
+        return isShown ? std::string(kShown) : std::string(kHidden);
+    });
+}
+
+/// Without a desktop, or when none is asked for, the player is a service on the console.
+std::unique_ptr<Desktop> desktopFor(const Options& options, const DesktopServices& services) {
+    if (options.isHeadless) return nullptr;
+    std::string reason;
+    auto desktop = loadDesktop(services, reason);
+    if (desktop == nullptr) std::cerr << "zelvane: " + reason + ", so it runs as with --headless.\n";
+    return desktop;
+}
+
 int play(const Options& options) {
     hideMissingDisplay();
+    OneInstance instance(preferencesFolder());
+    if (!instance.isFirst()) return yieldTo(instance, options);
     RunLoop mainRunLoop;
     mainRunLoop.attachToCurrentThread();
     const TerminationSignals signals([&mainRunLoop] { mainRunLoop.end(); });
@@ -133,13 +165,18 @@ int play(const Options& options) {
     const MIDIService midi(makeMIDIBackEnds(defaults), mainRunLoop, uniqueIDFile());
     if (options.midi && !isMIDIInput(defaults, *options.midi))
         return complain("there is no MIDI input \"" + *options.midi + "\"; --list-midi shows them.", kUsageFailure);
-    ConsoleShell shell;
+    const auto desktop = desktopFor(options, {mainRunLoop, defaults});
+    ConsoleShell console;
+    Shell& shell = desktop != nullptr ? desktop->shell() : console;
+    if (desktop != nullptr) platform.components.setViewControllerProvider(desktop->viewControllers());
     AppDelegate application(mainRunLoop, platform, defaults, shell);
-    if (!options.isHeadless) std::cerr << "zelvane: no desktop shell, so it runs as with --headless.\n";
-    application.applicationDidFinishLaunching(true);
+    answerLaterStarts(instance, mainRunLoop, shell);
+    application.applicationDidFinishLaunching(desktop == nullptr);
     if (options.record) application.enableRecording(std::filesystem::absolute(*options.record));
     mainRunLoop.run();
+    instance.answerWith({});
     application.applicationWillTerminate();
+    platform.components.setViewControllerProvider(nullptr);
     defaults.save();
     return application.exitStatus();
 }

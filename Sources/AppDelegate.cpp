@@ -136,6 +136,10 @@ void AppDelegate::sendMicroTunings() {
     _zelvane->sendMicroTunings();
 }
 
+void AppDelegate::showDeviceSettings() {
+    _shell.pluginWindow().makeKeyAndOrderFront();
+}
+
 void AppDelegate::preferencesDialog() {
     if (_preferencesDialogIsOpen) return;
     _preferencesDialogIsOpen = true;

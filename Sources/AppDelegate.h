@@ -41,6 +41,7 @@ class AppDelegate : public Application {
     void enableRecording(const std::filesystem::path& url);
     void allNotesOff();
     void sendMicroTunings();
+    void showDeviceSettings();
     void preferencesDialog();
 
     void bindToAddress();

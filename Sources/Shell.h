@@ -43,6 +43,9 @@ class Shell {
     /// Tells of a recording that is finished.
     virtual void showRecording(const RecordingSummary& recording) = 0;
 
+    /// Brings the menu up, or a window that offers it; false where there is no desktop.
+    virtual bool bringUp() { return false; }
+
     virtual StatusItem& statusItem() = 0;
     virtual MenuItem& startMenuItem() = 0;
     virtual MenuItem& startRecordingMenuItem() = 0;

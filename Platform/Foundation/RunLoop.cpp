@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Foundation/RunLoop.h"
 
+#include "Platform/Foundation/EventLoopGuest.h"
 #include "Platform/Foundation/Log.h"
 #include "Platform/Foundation/WorkQueue.h"
 
@@ -28,6 +29,9 @@ struct RunLoop::State : Signal, TimerHolder, std::enable_shared_from_this<RunLoo
     WorkQueue::Item takeDue(std::optional<TimePoint> limit);
     bool runItem(WorkQueue::Item item);
     bool runTimer(Timer& timer);
+    bool runFirst(std::optional<TimePoint> limit);
+    void giveGuestItsTurn();
+    void wakeUp();
 
     bool isOnThisThread() const;
     static State* ofThisThread();
@@ -36,6 +40,9 @@ struct RunLoop::State : Signal, TimerHolder, std::enable_shared_from_this<RunLoo
         loop;  // null once the loop is gone; written by its destructor, read by threads attached to it
     Clock& clock;
     WorkQueue queue;                    // guarded by mutex
+    EventLoopGuest* guest = nullptr;    // written by the loop's thread under mutex, read by others under it
+    TimePoint lastTurnOfGuest{};        // the loop's thread
+    std::uint64_t passes = 0;           // the loop's thread
     std::atomic<bool> hasEnded{false};  // written by any thread under mutex, read by any thread
 };
 
@@ -70,6 +77,8 @@ constinit thread_local RunLoop::State* RunLoop::Attachment::attached = nullptr;
 thread_local RunLoop::Attachment RunLoop::Attachment::ofThisThread;
 
 namespace {
+
+constexpr std::chrono::milliseconds kGuestInterval(2);
 
 /// The boundary of a run loop: what goes wrong in one piece of work ends that piece alone.
 template <typename Work>
@@ -144,12 +153,22 @@ bool RunLoop::performAfter(Duration delay, Work work) {
                        std::move(work));
 }
 
+void RunLoop::setGuest(EventLoopGuest* guest) {
+    const std::lock_guard lock(_state->mutex);
+    _state->guest = guest;
+}
+
+std::optional<TimePoint> RunLoop::nextDate() const {
+    const std::lock_guard lock(_state->mutex);
+    return _state->queue.firstDate();
+}
+
 bool RunLoop::runOnce(std::optional<TimePoint> limit) {
     const auto state = _state;
-    while (WorkQueue::Item item = state->takeDue(limit)) {
-        if (state->runItem(std::move(item))) return true;
-    }
-    return false;
+    const std::uint64_t passesBefore = state->passes;
+    state->giveGuestItsTurn();
+    // Its turn may have been a dialog that lasted, and served this loop.
+    return state->passes != passesBefore || state->runFirst(limit);
 }
 
 void RunLoop::run() {
@@ -164,7 +183,7 @@ void RunLoop::end() {
         const std::lock_guard lock(state->mutex);
         state->hasEnded = true;
         while (auto item = state->queue.popFirstWaiting()) refused.push_back(std::get<WaitingPerform*>(item.mapped()));
-        state->condition.notify_all();
+        state->wakeUp();
     }
     for (WaitingPerform* perform : refused) perform->finish(WaitingPerform::Outcome::refused);
 }
@@ -194,8 +213,30 @@ bool RunLoop::State::push(TimePoint date, std::uint64_t sequence, WorkQueue::Wor
     const std::lock_guard lock(mutex);
     if (hasEnded) return false;
     const bool isFirst = queue.push({date, sequence}, std::move(work));
-    if (isFirst || isWaitedFor) condition.notify_all();
+    if (isFirst || isWaitedFor) wakeUp();
     return true;
+}
+
+/// Under mutex.
+void RunLoop::State::wakeUp() {
+    condition.notify_all();
+    if (guest != nullptr) guest->wakeUp();
+}
+
+void RunLoop::State::giveGuestItsTurn() {
+    if (guest == nullptr || hasEnded) return;
+    const TimePoint present = clock.now();
+    if (present - lastTurnOfGuest < kGuestInterval) return;
+    lastTurnOfGuest = present;
+    guest->serveWaiting();
+}
+
+bool RunLoop::State::runFirst(std::optional<TimePoint> limit) {
+    const std::uint64_t passesBefore = passes;
+    while (WorkQueue::Item item = takeDue(limit)) {
+        if (runItem(std::move(item))) return true;
+    }
+    return passes != passesBefore;
 }
 
 void RunLoop::State::add(std::shared_ptr<Timer> timer) {
@@ -249,13 +290,20 @@ void RunLoop::State::serveUntilFinished(WaitingPerform& perform) {
 }
 
 WorkQueue::Item RunLoop::State::takeDue(std::optional<TimePoint> limit) {
+    const std::uint64_t passesBefore = passes;
     std::unique_lock lock(mutex);
-    while (!hasEnded) {
+    while (!hasEnded && passes == passesBefore) {
         const TimePoint present = clock.now();
         const auto first = queue.firstDate();
         if (first && *first <= present) return queue.popFirst();
         if (limit && *limit <= present) break;
-        clock.wait(lock, condition, earlier(first, limit));
+        if (guest == nullptr) {
+            clock.wait(lock, condition, earlier(first, limit));
+        } else {
+            lock.unlock();
+            guest->serveUntil(earlier(first, limit));
+            lock.lock();
+        }
     }
     return {};
 }
@@ -272,6 +320,7 @@ bool RunLoop::State::runItem(WorkQueue::Item item) {
     } else {
         runGuarded(std::get<Work>(item.mapped()));
     }
+    ++passes;
     return true;
 }
 

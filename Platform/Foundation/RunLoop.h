@@ -11,6 +11,8 @@
 
 namespace zelvane {
 
+class EventLoopGuest;
+
 /// The queue of work of one thread. Every piece of work has an event time: a timer's fire date, a delayed perform's due
 /// date, a packet's arrival. Work runs strictly in the order of those times, then of its creation, and while it runs,
 /// `now()` is its event time: lateness of a wake-up never adds up.
@@ -51,7 +53,15 @@ class RunLoop {
     /// Runs `work` when `delay` has passed since `now()`; negative delays count as none. Any thread.
     bool performAfter(Duration delay, Work work);
 
+    /// Has another event loop served on this thread while this one would wait, and for a moment every few milliseconds
+    /// while it has enough to do; null ends that. This loop's thread.
+    void setGuest(EventLoopGuest* guest);
+
+    /// When there is something to do next, if ever. Any thread.
+    std::optional<TimePoint> nextDate() const;
+
     /// One pass: waits for the first work that is due and runs it. False when `limit` came first or the loop has ended.
+    /// A pass that its guest made meanwhile counts.
     bool runOnce(std::optional<TimePoint> limit = std::nullopt);
 
     /// Passes until `end` is called.

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Foundation/Error.h"
+#include "Platform/Foundation/EventLoopGuest.h"
 #include "Platform/Foundation/RunLoop.h"
 #include "Tests/Fakes/DrivenClock.h"
 #include "Tests/Fakes/LogLines.h"
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zelvane {
@@ -202,6 +205,57 @@ TEST_F(RunLoopTest, SpansStayInRange) {
     EXPECT_FALSE(loop.runOnce(DrivenClock::kStart + 6ms));
     EXPECT_TRUE(loop.runOnce());
     EXPECT_THAT(ran, ElementsAre("announced@7"));
+}
+
+/// A toolkit with one event that waits; it serves the run loop from within, as a modal dialog does.
+class Toolkit final : public EventLoopGuest {
+  public:
+    Toolkit(RunLoop& theLoop, DrivenClock& theClock) : loop(theLoop), clock(theClock) { loop.setGuest(this); }
+    ~Toolkit() override { loop.setGuest(nullptr); }
+
+    void wakeUp() override { ++wakeUps; }
+    void serveUntil(std::optional<TimePoint> date) override {
+        if (event) std::exchange(event, nullptr)();
+        if (date && clock.now() < *date) clock.advance(*date - clock.now());
+    }
+    void serveWaiting() override { ++turns; }
+
+    RunLoop& loop;
+    DrivenClock& clock;
+    std::function<void()> event;
+    int wakeUps = 0, turns = 0;
+};
+
+TEST_F(RunLoopTest, ServesItsGuestInsteadOfWaiting) {
+    Toolkit toolkit(loop, clock);
+    loop.performAfter(10ms, [this] { note("delayed"); });
+    EXPECT_EQ(toolkit.wakeUps, 1);
+    loop.performAfter(20ms, [this] { note("later"); });
+    EXPECT_EQ(toolkit.wakeUps, 1) << "for what is not the next";
+    toolkit.event = [this] {
+        loop.perform([this] { note("from the dialog"); });
+        while (loop.runOnce(clock.now())) {
+        }
+    };
+    EXPECT_TRUE(loop.runOnce()) << "a pass made by the guest counts";
+    EXPECT_THAT(ran, ElementsAre("from the dialog@0"));
+    runFor(1s);
+    EXPECT_THAT(ran, ElementsAre("from the dialog@0", "delayed@10", "later@20"));
+    loop.end();
+    EXPECT_GT(toolkit.wakeUps, 1) << "the end is told";
+    EXPECT_FALSE(loop.runOnce());
+}
+
+TEST_F(RunLoopTest, GivesItsGuestAMomentWhileItIsBusy) {
+    Toolkit toolkit(loop, clock);
+    const auto pass = [&] {
+        loop.perform([] {});
+        loop.runOnce();
+        clock.advance(10us);
+    };
+    for (int count = 0; count < 1000; ++count) pass();
+    EXPECT_GE(toolkit.turns, 4);
+    EXPECT_LE(toolkit.turns, 6) << "10 ms of passes";
 }
 
 }  // namespace

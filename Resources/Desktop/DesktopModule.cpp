@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Desktop/Qt/Display.h"
+#include "Platform/Desktop/Qt/QtEventLoop.h"
+#include "Sources/Desktop.h"
+#include "Sources/DesktopShell/DesktopShell.h"
+
+#include <QApplication>
+#include <memory>
+
+namespace zelvane {
+
+namespace {
+
+/// Qt keeps the words of the command line, of which it gets none but the name: the rest are the player's.
+struct CommandLine {
+    int count = 1;
+    char name[8] = "zelvane";
+    char* words[2] = {name, nullptr};
+};
+
+class QtDesktop final : public Desktop {
+  public:
+    explicit QtDesktop(const DesktopServices& services)
+        : _application(_commandLine.count, _commandLine.words),
+          _eventLoop(services.mainRunLoop),
+          _shell(services.defaults) {}
+
+    Shell& shell() override { return _shell; }
+    std::shared_ptr<ViewControllerProvider> viewControllers() override { return nullptr; }
+
+  private:
+    CommandLine _commandLine;
+    QApplication _application;
+    QtEventLoop _eventLoop;
+    DesktopShell _shell;
+};
+
+void nameApplication() {
+    QApplication::setApplicationName(QStringLiteral("zelvane"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Zelvane"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("zelvane"));
+    QApplication::setQuitOnLastWindowClosed(false);
+}
+
+}  // namespace
+
+Desktop* zelvaneMakeDesktop(const DesktopServices& services) {
+    if (!chooseDisplay()) return nullptr;
+    nameApplication();
+    return std::make_unique<QtDesktop>(services).release();
+}
+
+}  // namespace zelvane
