@@ -34,9 +34,11 @@ PropertyList::Dictionary AppDelegate::registeredDefaults() {
 
 void AppDelegate::applicationDidFinishLaunching(bool listensAtOnce) {
     _playerThread = startThread("zelvane-player", ThreadRole::player, [this] { installRunLoopInPlayerThread(); });
+    PluginWindow& pluginWindow = _shell.pluginWindow();
     _defaults.registerDefaults(registeredDefaults());
     _platform.components.setChangeHandler([this] { _mainRunLoop.perform([this] { musicDevicesDidChange(); }); });
     _zelvane = std::make_unique<Zelvane>(_playerRunLoop, _platform, *this, _defaults);
+    _zelvane->setAuviewDelegate(pluginWindow);
     const bool listens = listensAtOnce || _defaults.integer("autolaunch") == 1;
     if (!listens || !_zelvane->hasConnection()) return;
     // Behind what the set-up has to tell, which may end the program.
@@ -82,6 +84,9 @@ void AppDelegate::applicationWillTerminate() {
     _playerRunLoop.perform([this] { removePlayerThread(); }, RunLoop::Wait::yes);
     _playerThread.join();
     _playerRunLoop.end();
+    // Editors before what they edit.
+    clearAUViews();
+    _shell.pluginWindow().setDelegate(nullptr);
     _zelvane.reset();
     PYMIDIManager::releaseSharedInstance();
 }
@@ -134,10 +139,6 @@ void AppDelegate::allNotesOff() {
 
 void AppDelegate::sendMicroTunings() {
     _zelvane->sendMicroTunings();
-}
-
-void AppDelegate::showDeviceSettings() {
-    _shell.pluginWindow().makeKeyAndOrderFront();
 }
 
 void AppDelegate::preferencesDialog() {

@@ -41,8 +41,17 @@ class AppDelegate : public Application {
     void enableRecording(const std::filesystem::path& url);
     void allNotesOff();
     void sendMicroTunings();
-    void showDeviceSettings();
     void preferencesDialog();
+
+    // The window of the units' editors.
+    /// Whether there is an editor for the first unit.
+    bool hasAuView();
+    void clearAUViews() override;
+    void embedAUView(const std::shared_ptr<View>& view) override;
+    void auViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode, const std::shared_ptr<View>& view) override;
+    void showDeviceSettings();
+    /// Shows the editor of the unit chosen in the window, and makes that unit the one whose edits the others follow.
+    void changeUnitNumber();
 
     void bindToAddress();
     /// None when the user would rather not.
@@ -60,7 +69,6 @@ class AppDelegate : public Application {
     void showScanProgress(const std::string& instrument) override { _shell.showScanProgress(instrument); }
     void incrementScanProgress(std::uint32_t propertyID) override { _shell.incrementScanProgress(propertyID); }
     void hideScanProgress() override { _shell.hideScanProgress(); }
-    void microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& /*synthNode*/) override {}
     void recordingDidFinish(const RecordingSummary& recording) override { _shell.showRecording(recording); }
 
     Zelvane* zelvane() { return _zelvane.get(); }

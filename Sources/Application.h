@@ -12,6 +12,7 @@
 namespace zelvane {
 
 class AVAudioUnit;
+class View;
 
 /// A recording that is finished.
 struct RecordingSummary {
@@ -39,9 +40,12 @@ class Application {
     virtual void incrementScanProgress(std::uint32_t propertyID) = 0;
     virtual void hideScanProgress() = 0;
 
-    /// The units are other ones than before, so the editors that are shown are not theirs; the node is the first
-    /// unit's. Main thread.
-    virtual void microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode) = 0;
+    /// The window in which the units' editors are stacked: takes all of them out. Main thread.
+    virtual void clearAUViews() = 0;
+    /// Shows that editor on top of the others, putting it among them when it is not yet there. Main thread.
+    virtual void embedAUView(const std::shared_ptr<View>& view) = 0;
+    /// The units are other ones than before: the first unit's node, and its editor or null. Main thread.
+    virtual void auViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode, const std::shared_ptr<View>& view) = 0;
 
     /// A recording is finished: the file is as it will stay. Main thread.
     virtual void recordingDidFinish(const RecordingSummary& recording) = 0;

@@ -35,6 +35,8 @@ class SilentMenuItem final : public MenuItem {
 
 class SilentPluginWindow final : public PluginWindow {
   public:
+    void setDelegate(PluginWindowDelegate* delegate) override { _delegate = delegate; }
+    PluginWindowDelegate* delegate() const { return _delegate; }
     std::vector<std::shared_ptr<View>> subviews() const override { return _subviews; }
     void addSubview(const std::shared_ptr<View>& view) override { _subviews.push_back(view); }
     void removeSubview(const View& view) override {
@@ -55,6 +57,7 @@ class SilentPluginWindow final : public PluginWindow {
     bool isVisible() const { return _isVisible; }
 
   private:
+    PluginWindowDelegate* _delegate = nullptr;
     std::vector<std::shared_ptr<View>> _subviews;
     int _width = 0, _height = 0, _selectedItem = 0;
     std::string _title;

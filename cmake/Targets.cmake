@@ -37,6 +37,7 @@ endfunction()
 function(zelvane_desktop_objects name)
     cmake_parse_arguments(ARG "" "" "SOURCES;INTERFACES;USES" ${ARGN})
     add_library(${name} OBJECT ${ARG_SOURCES} ${ARG_INTERFACES})
+    set_property(GLOBAL APPEND PROPERTY zelvane_desktop_parts ${name})
     set_target_properties(${name} PROPERTIES AUTOMOC ON AUTOUIC ON POSITION_INDEPENDENT_CODE ON
         AUTOUIC_SEARCH_PATHS ${PROJECT_SOURCE_DIR}/Resources/Interfaces)
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
@@ -63,6 +64,23 @@ function(zelvane_test name)
     if("threads" IN_LIST ARG_LABELS)
         add_dependencies(zelvane_threaded_tests ${name})
     endif()
+endfunction()
+
+# A test program of the desktop's part, which sees no display unless it starts one. Qt wants code that may be loaded
+# anywhere, which the precompiled headers of the other tests are not made for.
+#   zelvane_desktop_test(NAME SOURCES file... USES library... [LABELS label...] [TIMEOUT seconds])
+function(zelvane_desktop_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES;LABELS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${ARG_USES} Qt6::Test GTest::gmock GTest::gtest_main zelvane_warnings)
+    add_test(NAME ${name} COMMAND ${name})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT}
+        ENVIRONMENT QT_QPA_PLATFORM=offscreen)
 endfunction()
 
 # A test program for the virtual machine of ./test --machine, where it is root; ctest leaves it out elsewhere.

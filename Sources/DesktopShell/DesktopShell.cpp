@@ -79,8 +79,18 @@ int DesktopShell::runPreferencesDialog(Zelvane& /*zelvane*/) {
     return 0;
 }
 
-void DesktopShell::showScanProgress(const std::string& /*instrument*/) {}
-void DesktopShell::incrementScanProgress(std::uint32_t /*propertyID*/) {}
-void DesktopShell::hideScanProgress() {}
+void DesktopShell::showScanProgress(const std::string& instrument) {
+    _scanView = std::make_unique<PluginScanController>();
+    _scanView->showScanProgress(instrument);
+}
+
+void DesktopShell::incrementScanProgress(std::uint32_t propertyID) {
+    if (_scanView != nullptr) _scanView->incrementScanProgress(propertyID);
+}
+
+// The controller stays until the next search.
+void DesktopShell::hideScanProgress() {
+    if (_scanView != nullptr) _scanView->hideScanProgress();
+}
 
 }  // namespace zelvane

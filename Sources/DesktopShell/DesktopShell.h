@@ -7,6 +7,7 @@
 #include "Sources/DesktopShell/AlertWindows.h"
 #include "Sources/DesktopShell/FallbackWindow.h"
 #include "Sources/MenubarController/MenubarController.h"
+#include "Sources/Preferences/PluginScanController/PluginScanController.h"
 
 #include <memory>
 
@@ -50,6 +51,7 @@ class DesktopShell final : public Shell {
     MenubarController _menubar;
     std::unique_ptr<FallbackWindow> _fallbackWindow;
     std::unique_ptr<TrayWatcher> _trayWatcher;
+    std::unique_ptr<PluginScanController> _scanView;
     SilentPluginWindow _pluginWindow;
 };
 

@@ -5,6 +5,7 @@
 #include "PYMIDI/PYMIDIVirtualDestination.h"
 #include "Platform/Foundation/UserDefaults.h"
 #include "Sources/Application.h"
+#include "Sources/PluginWindow.h"
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 #include "Sources/Zelvane/MIDIDecoder/MIDIDecoder.h"
 #include "Sources/Zelvane/MIDIDecoder/ScalaController/ScalaController.h"
@@ -97,6 +98,10 @@ class Zelvane : public StatusChecker {
     std::int32_t microUnitNumberFromSynthNode(const AVAudioUnit* node) const {
         return _audioEngine->microUnitNumberFromSynthNode(node);
     }
+    /// A unit's editor, or null. It is made by this.
+    std::shared_ptr<View> auView(std::int32_t number) { return _audioEngine->microUnitAUView(number); }
+    /// Makes the engine the window's delegate.
+    void setAuviewDelegate(PluginWindow& window) { window.setDelegate(_audioEngine.get()); }
     AudioEngine& audioEngine() { return *_audioEngine; }
     bool soundfontIsChanged() const { return _soundfontIsChanged; }
     void setSoundfontIsChanged(bool isChanged) { _soundfontIsChanged = isChanged; }

@@ -12,6 +12,8 @@ class View {
     /// In pixels.
     virtual int width() const = 0;
     virtual int height() const = 0;
+    /// What it shows is out of date and is drawn again.
+    virtual void setNeedsDisplay() = 0;
 };
 
 }  // namespace zelvane

@@ -76,7 +76,7 @@ void AudioEngine::checkForCustomView(const SharedParameters& parameters) {
     if (!parameters->hasCustomView) return triggerCompleteMicroUnitInstall(parameters);
     parameters->synthNode->requestViewController([this, parameters](std::shared_ptr<ViewController> controller) {
         if (controller == nullptr) return;
-        parameters->auViewController = std::move(controller);
+        parameters->auViewController = std::make_shared<audioEngineViewController>(_application, std::move(controller));
         triggerCompleteMicroUnitInstall(parameters);
     });
 }
@@ -102,6 +102,8 @@ void AudioEngine::completeMicroUnitInstall(const SharedParameters& parameters) {
     }
     setMicroUnit(synthNode, *parameters);
     presetFromDefaults(parameters->microUnitNumber);
+    if (parameters->hasCustomView)
+        setMicroUnitAUViewController(parameters->auViewController, parameters->microUnitNumber);
     checkWhetherAllMicroUnitsAreSetup();
 }
 
@@ -146,7 +148,6 @@ void AudioEngine::setupMicroUnitsWithDescription(const AudioComponentDescription
 
 // The editors are given a moment to be there.
 void AudioEngine::announceNewUnits() {
-    if (_viewAnnouncement != nullptr) _viewAnnouncement->invalidate();
     const std::weak_ptr<AVAudioUnit> first = microUnitSynthNode(1);
     _viewAnnouncement =
         Timer::after(std::chrono::seconds(1), [this, first](Timer&) { microUnitAuViewDidChange(first.lock()); });
@@ -154,15 +155,11 @@ void AudioEngine::announceNewUnits() {
     runLoop.add(_viewAnnouncement);
 }
 
-void AudioEngine::microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode) {
-    if (synthNode == nullptr) return;
-    _enabledAUPropertyIDs.drop();
-    _application.microUnitAuViewDidChange(synthNode);
-}
-
 void AudioEngine::cleanAllMicroUnits(bool flag) {
     if (isRecording())
         _application.mainRunLoop().perform([&application = _application] { application.statusDidChange(); });
+    // Of units that are gone there is nothing to announce.
+    if (_viewAnnouncement != nullptr) _viewAnnouncement->invalidate();
     stopRecording();
     stopRunning();
     removeAllAUParameterListeners(flag);

@@ -28,7 +28,6 @@ AudioEngine::AudioEngine(RunLoop& playerThread, AudioPlatform& platform, Applica
 
 AudioEngine::~AudioEngine() {
     _platform.components.cancelRequests();
-    if (_viewAnnouncement != nullptr) _viewAnnouncement->invalidate();
     cleanAllMicroUnits(false);
     prepareToDealloc();
     AUListenerDispose(_ref);

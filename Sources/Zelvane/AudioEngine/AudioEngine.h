@@ -8,6 +8,7 @@
 #include "Platform/Foundation/Timer.h"
 #include "Platform/Foundation/UserDefaults.h"
 #include "Sources/Application.h"
+#include "Sources/PluginWindow.h"
 #include "Sources/ProgressTextField.h"
 #include "Sources/Zelvane/AudioEngine/EnabledPropertyIDs.h"
 #include "Sources/Zelvane/AudioEngine/EnabledPropertyIDsFile.h"
@@ -34,13 +35,13 @@ namespace zelvane {
 
 /// The player's sound: the graph of ten micro units, the tables of devices and instruments, and the way of a note to
 /// the unit that is detuned for it. Made and driven on the main thread unless an operation says otherwise.
-class AudioEngine {
+class AudioEngine : public PluginWindowDelegate {
   public:
     static constexpr std::size_t kMicroUnitCount = 10;
 
     /// Ends with the default instrument playing, or with the fatal-error path started.
     AudioEngine(RunLoop& playerThread, AudioPlatform& platform, Application& application, UserDefaults& defaults);
-    ~AudioEngine();
+    ~AudioEngine() override;
     AudioEngine(const AudioEngine&) = delete;
     AudioEngine& operator=(const AudioEngine&) = delete;
 
@@ -132,8 +133,18 @@ class AudioEngine {
     void storeCurrentPresetToDefaults(std::int32_t number);
     void presetFromDefaults(std::int32_t number);
     /// The window of the editors is about to close: true, and the presets are stored.
-    bool windowShouldClose();
-    /// The units are other ones; the node is the first unit's, or null when there is none.
+    bool windowShouldClose() override;
+
+    // The units' editors. Main thread, but for what says otherwise.
+    /// Null when the unit has none.
+    std::shared_ptr<View> microUnitAUView(std::int32_t number);
+    std::shared_ptr<audioEngineViewController> microUnitAUViewController(std::int32_t number);
+    /// From then on the unit has that editor. Also on the player thread.
+    void setMicroUnitAUViewController(const std::shared_ptr<audioEngineViewController>& viewController,
+                                      std::int32_t number);
+    static void setNeedsDisplay(View& view) { view.setNeedsDisplay(); }
+    /// Fills the window of the editors anew when the node, the first unit's, is not null. Any thread; it returns when
+    /// the main thread has done it.
     void microUnitAuViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode);
 
     // Flags, any thread.
@@ -202,6 +213,7 @@ class AudioEngine {
     void checkWhetherAllMicroUnitsAreSetup();
 
     void announceNewUnits();
+    void rebuildAUViews();
     void emptyMicroUnit(MicroUnit& unit);
     bool isOfPresentSetUp(const InstantiateParameters& parameters) const;
     bool isOffered(const AudioComponentDescription& description);

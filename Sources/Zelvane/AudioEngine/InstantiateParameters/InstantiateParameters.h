@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Audio/Units/AVAudioUnit.h"
+#include "Sources/Zelvane/AudioEngine/audioEngineViewController/audioEngineViewController.h"
 
 #include <cstdint>
 #include <memory>
@@ -16,7 +17,7 @@ struct InstantiateParameters {
     bool didInstantiate = false;
     std::int32_t microUnitNumber = 0;  ///< 1 to 10
     std::uint64_t setUpNumber = 0;     ///< tells a request of the present set-up from one that came too late
-    std::shared_ptr<ViewController> auViewController;
+    std::shared_ptr<audioEngineViewController> auViewController;
     std::shared_ptr<AVAudioUnit> synthNode;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Audio/Units/AVAudioUnit.h"
+#include "Sources/Zelvane/AudioEngine/audioEngineViewController/audioEngineViewController.h"
 
 #include <memory>
 #include <mutex>
@@ -16,7 +17,7 @@ class MicroUnit {
         bool hasCustomView = false;
         bool hasSynthNode = false;
         std::shared_ptr<AVAudioUnit> synthNode;
-        std::shared_ptr<ViewController> viewController;
+        std::shared_ptr<audioEngineViewController> viewController;
     };
 
     bool hasCustomView() const { return contents().hasCustomView; }
@@ -25,7 +26,13 @@ class MicroUnit {
         const std::lock_guard lock(_mutex);
         return _contents.synthNode;
     }
-    std::shared_ptr<ViewController> viewController() const { return contents().viewController; }
+    std::shared_ptr<audioEngineViewController> viewController() const { return contents().viewController; }
+
+    void setViewController(std::shared_ptr<audioEngineViewController> viewController) {
+        const std::lock_guard lock(_mutex);
+        std::swap(_contents.viewController, viewController);
+        _contents.hasCustomView = true;
+    }
 
     /// Fills the slot, or empties it with fresh contents.
     void setContents(Contents contents) {
