@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Sources/AppDelegate.h"
-#include "Sources/ConsoleShell.h"
+#include "Tests/Fakes/ApplicationRig.h"
 #include "Tests/Fakes/EngineRig.h"
-#include "Tests/Fakes/LogLines.h"
-#include "Tests/Fakes/MemoryMIDI.h"
 
 #include <gmock/gmock.h>
 
@@ -18,10 +15,9 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 /// A whole application whose units have editors of different sizes: unit n's is 100 + n pixels wide and 200 + n high.
-class EditorWindow : public testing::Test {
+class EditorWindow : public testing::Test, protected ApplicationRig {
   protected:
     void launch(const std::set<int>& unitsWithEditor) {
-        loop.attachToCurrentThread();
         const auto makeView = [&, unitsWithEditor, number = 10]() mutable {
             const int unit = number--;
             auto view = unitsWithEditor.contains(unit) ? std::make_shared<FakeView>(100 + unit, 200 + unit) : nullptr;
@@ -54,28 +50,6 @@ class EditorWindow : public testing::Test {
         while (copied != value && loop.runOnce(end)) AudioUnitGetParameter(unit(10), 7, 0, 0, &copied);
         EXPECT_EQ(copied, value) << "edited unit " << number;
     }
-
-    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> devices() {
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> all;
-        all.push_back(std::make_unique<StillBackEnd>());
-        return all;
-    }
-    static std::vector<std::unique_ptr<AudioComponentProvider>> instruments() {
-        std::vector<std::unique_ptr<AudioComponentProvider>> all;
-        all.push_back(std::make_unique<RecordingProvider>(std::vector<std::string>{"DLSMusicDevice", "zither"}));
-        return all;
-    }
-
-    LogLines log;
-    PrivateDataFolder data;
-    TemporaryFolder folder;
-    DrivenClock clock;
-    RunLoop loop{clock};
-    UserDefaults defaults{folder.path / "defaults.plist"};
-    MemoryMIDI midi{loop};
-    ConsoleShell shell;
-    AudioPlatform platform{devices(), instruments()};
-    AppDelegate application{loop, platform, defaults, shell};
 };
 
 TEST_F(EditorWindow, HasTheFirstUnitsEditorOnTopOfTheOthersAndItsSize) {

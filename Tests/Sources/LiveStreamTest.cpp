@@ -2,6 +2,7 @@
 #include "Platform/Audio/Devices/Null/NullBackEnd.h"
 #include "Platform/Audio/Instruments/SoundFont/SoundFontProvider.h"
 #include "Sources/AppDelegate.h"
+#include "Sources/ConsoleShell.h"
 #include "Tests/Fakes/MemoryMIDI.h"
 #include "Tests/Fakes/OnsetFinder.h"
 #include "Tests/Fakes/RecordingInstrument.h"
@@ -24,14 +25,9 @@ namespace {
 
 using testing::SizeIs;
 
-struct SilentShell : Shell {
+struct SilentShell : ConsoleShell {
     void presentAlert(const Error& error, bool) override { ADD_FAILURE() << error.description; }
     void showStatus(const PlayerStatus&) override {}
-    void showRecording(const RecordingSummary&) override {}
-    void showScanProgress(const std::string&) override {}
-    void incrementScanProgress(std::uint32_t) override {}
-    void hideScanProgress() override {}
-    void showEditors(const std::shared_ptr<AVAudioUnit>&) override {}
 };
 
 /// A whole application in this process, on the paced device in real time, with what the graph renders recorded.

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Tests/Fakes/ApplicationRig.h"
+
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace zelvane {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+using testing::SizeIs;
+
+/// What the status item shows: the image and the titles of the items for listening and recording.
+struct Shown {
+    StatusImage image;
+    std::string listening, recording;
+
+    bool operator==(const Shown&) const = default;
+};
+
+const Shown kWaiting{StatusImage::statusIsWaiting, "Start Listening", "Start Recording…"};
+const Shown kRunning{StatusImage::statusIsRunning, "Stop Listening", "Start Recording…"};
+
+class StatusMenu : public testing::Test, protected ApplicationRig {
+  protected:
+    void launch(std::int64_t autolaunch = 0) {
+        defaults.setArgument("port", {std::int64_t{0}});
+        defaults.setArgument("autolaunch", {autolaunch});
+        shell.startMenuItem().setTitle("Start Listening");
+        shell.startRecordingMenuItem().setTitle("Start Recording…");
+        application.applicationDidFinishLaunching(false);
+        runFor(1ms);
+    }
+    Shown shown() {
+        return {shell.statusItem().image(), shell.startMenuItem().title(), shell.startRecordingMenuItem().title()};
+    }
+    Zelvane& player() { return *application.zelvane(); }
+};
+
+TEST_F(StatusMenu, ShowsTheStatesOfListeningAndRecording) {
+    launch();
+    EXPECT_EQ(shown(), kWaiting);
+    application.startStopListening();
+    EXPECT_EQ(shown(), kRunning);
+    EXPECT_EQ(shell.shown.port, player().listeningPort());
+    shell.file = folder.path / "take.m4a";
+    application.startStopRecording();
+    EXPECT_THAT(shell.panels, ElementsAre("Save Recording|Save recording as|Zelvane Recording.m4a|m4a"));
+    const Shown armedRed{StatusImage::statusIsRecording, "Stop Listening", "Stop Recording"};
+    const Shown armedGreen{StatusImage::statusIsRunning, "Stop Listening", "Stop Recording"};
+    EXPECT_EQ(shown(), armedGreen);
+    runFor(500ms);
+    EXPECT_EQ(shown(), armedRed);
+    runFor(500ms);
+    EXPECT_EQ(shown(), armedGreen);
+    player().checkStatus();
+    runFor(1ms);
+    EXPECT_TRUE(player().isRecording());
+    EXPECT_EQ(shown(), armedRed);
+    runFor(600ms);
+    EXPECT_EQ(shown(), armedRed) << "a recording that runs is steady";
+    application.startStopRecording();
+    runFor(1ms);
+    EXPECT_EQ(shown(), kRunning);
+    application.startStopListening();
+    EXPECT_EQ(shown(), kWaiting);
+}
+
+TEST_F(StatusMenu, EndsAnArmedRecordingWithTheListening) {
+    launch(1);
+    EXPECT_EQ(shown(), kRunning);
+    shell.file = folder.path / "take.m4a";
+    application.startStopRecording();
+    EXPECT_TRUE(player().isRecordingEnabled());
+    application.startStopListening();
+    runFor(700ms);
+    EXPECT_EQ(shown(), kWaiting);
+    EXPECT_FALSE(player().isRecordingEnabled());
+    EXPECT_FALSE(player().isRecording());
+}
+
+TEST_F(StatusMenu, LeavesAllAsItWasWhenTheSavePanelIsCancelled) {
+    launch(1);
+    application.startStopRecording();
+    EXPECT_THAT(shell.panels, SizeIs(1));
+    EXPECT_EQ(shown(), kRunning);
+    EXPECT_FALSE(player().isRecordingEnabled());
+}
+
+TEST_F(StatusMenu, ListensAtLaunchForNoOtherValueThanOne) {
+    launch(2);
+    EXPECT_EQ(shown(), kWaiting);
+    EXPECT_FALSE(player().isListening());
+}
+
+TEST_F(StatusMenu, IsStoppedAndCanStartAgainAfterAPortThatWasTaken) {
+    launch();
+    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), length), 0);
+    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+    defaults.setArgument("port", {std::int64_t{ntohs(address.sin_port)}});
+    application.startStopListening();
+    runFor(1ms);
+    EXPECT_EQ(shown(), kWaiting);
+    EXPECT_FALSE(player().isListening());
+    ::close(socket);
+    application.startStopListening();
+    EXPECT_EQ(shown(), kRunning);
+    EXPECT_EQ(player().listeningPort(), ntohs(address.sin_port));
+}
+
+TEST_F(StatusMenu, ListensAnewAfterThePreferencesWereAccepted) {
+    launch();
+    shell.answer = 1;
+    bool wasEnabled = true;
+    shell.duringDialog = [&] {
+        wasEnabled = static_cast<SilentStatusItem&>(shell.statusItem()).isEnabled();
+        application.preferencesDialog();  // the desktop may offer the menu all the same
+    };
+    application.preferencesDialog();
+    EXPECT_FALSE(wasEnabled);
+    EXPECT_TRUE(static_cast<SilentStatusItem&>(shell.statusItem()).isEnabled());
+    EXPECT_EQ(shown(), kWaiting) << "who did not listen does not begin to";
+    application.startStopListening();
+    const std::uint16_t port = player().listeningPort();
+    shell.answer = 0;
+    application.preferencesDialog();
+    EXPECT_EQ(player().listeningPort(), port) << "cancelled";
+    shell.answer = 1;
+    application.preferencesDialog();
+    EXPECT_EQ(shown(), kRunning);
+    EXPECT_NE(player().listeningPort(), port) << "bound anew, here to any that is free";
+}
+
+}  // namespace
+}  // namespace zelvane
