@@ -52,6 +52,10 @@ void Zelvane::newOSCDecoder() {
 bool Zelvane::bindToAddress(const std::string& address) {
     Error error;
     const auto port = static_cast<std::uint16_t>(_defaults.integer("port"));
+    const std::uint16_t boundPort = _oscDecoder->connection().localPort();
+    // Who listens already and stays at the port loses no packet.
+    if (boundPort != 0 && boundPort == port) return true;
+    if (boundPort != 0) disconnect();
     if (_oscDecoder->connection().bindToAddress(address, port, error)) return true;
     _application.mainRunLoop().perform([&application = _application, error] { application.presentError(error); });
     return false;
