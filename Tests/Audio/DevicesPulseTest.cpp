@@ -94,8 +94,9 @@ TEST_F(PulseController, leavesASinkThatIsRemovedAndReturnsToIt) {
         leave = std::min(leave, Clock::monotonic().now() - removed);
         second = server.addSink("two", "Two", 44100);
         const TimePoint added = Clock::monotonic().now();
-        ASSERT_TRUE(isHeardOn("PulseAudio: Two"));
+        ASSERT_TRUE(waitFor([&] { return controller.status().current.device == "PulseAudio: Two"; }));
         comeBack = std::min(comeBack, Clock::monotonic().now() - added);
+        ASSERT_TRUE(isHeardOn("PulseAudio: Two"));
     }
     EXPECT_LT(leave, std::chrono::milliseconds(100));
     EXPECT_LT(comeBack, std::chrono::seconds(2));
