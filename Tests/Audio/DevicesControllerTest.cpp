@@ -24,8 +24,8 @@ class Controller : public testing::Test {
         for (const SteppedDevice* device : {&first, &second, &fallback}) backEnds.push_back(device->backEnd());
         controller.emplace(std::move(backEnds), renderer, [this] { ++rounds; });
     }
-    bool plays(const std::string& name, double seconds = 5) {
-        return waitFor([&] { return controller->status().current.device == name; }, seconds);
+    bool plays(const std::string& name) {
+        return waitFor([&] { return controller->status().current.device == name; });
     }
     static bool isHeard(const std::vector<std::vector<float>>& buffers) {
         return !buffers.empty() && buffers[0][0] == RecordingRenderer::kSample;
@@ -45,7 +45,7 @@ TEST_F(Controller, followsTheMostPreferredDefaultButNeverJumpsFromOneServerToAno
     second.die();
     start();
     controller->select({});
-    EXPECT_TRUE(plays("fallback", 0)) << "select returns when something plays";
+    EXPECT_EQ(controller->status().current.device, "fallback") << "select returns when something plays";
     EXPECT_TRUE(controller->status().isFallback);
     second.comeBack();
     ASSERT_TRUE(plays("second"));
@@ -60,7 +60,7 @@ TEST_F(Controller, followsTheMostPreferredDefaultButNeverJumpsFromOneServerToAno
     second.die();
     ASSERT_TRUE(plays("first"));
     EXPECT_FALSE(renderer.hasOverlapped());
-    EXPECT_TRUE(waitFor([&] { return rounds > 2; }, 5));
+    EXPECT_TRUE(waitFor([&] { return rounds > 2; }));
 }
 
 TEST_F(Controller, leavesALostChoiceForTheFallbackAndTakesItUpAgain) {
@@ -73,12 +73,12 @@ TEST_F(Controller, leavesALostChoiceForTheFallbackAndTakesItUpAgain) {
     for (int i = 0; i < 5; ++i) {
         second.die();
         const TimePoint died = Clock::monotonic().now();
-        ASSERT_TRUE(waitFor([&] { return isHeard(fallback.step(64)); }, 5));
+        ASSERT_TRUE(waitFor([&] { return isHeard(fallback.step(64)); }));
         fastest = std::min(fastest, Clock::monotonic().now() - died);
         EXPECT_FALSE(isHeard(second.step(128))) << "two devices are heard";
         EXPECT_TRUE(plays("fallback") && controller->status().isFallback);
         second.comeBack();
-        ASSERT_TRUE(waitFor([&] { return isHeard(second.step(128)); }, 2));
+        ASSERT_TRUE(waitFor([&] { return isHeard(second.step(128)); }));
         EXPECT_FALSE(isHeard(fallback.step(64)));
     }
     EXPECT_LT(fastest, milliseconds(100));
@@ -98,7 +98,7 @@ TEST_F(Controller, keepsAChoiceThatIsNotThereAsAWish) {
     EXPECT_EQ(controller->status().current.device, "fallback");
     EXPECT_TRUE(controller->status().isFallback);
     second.comeBack();
-    ASSERT_TRUE(plays("second", 2));
+    ASSERT_TRUE(plays("second"));
     controller->select({"nobody", "nothing"});
     EXPECT_EQ(controller->status().current.device, "fallback");
     controller->select({"fallback", "fallback"});
@@ -112,7 +112,7 @@ TEST_F(Controller, opensADeviceAgainForAnotherFormatOrPeriod) {
     controller->select({});
     const std::size_t prepared = renderer.formats().size();
     first.setFormat({.sampleRate = 96000});
-    ASSERT_TRUE(waitFor([&] { return controller->status().format.sampleRate == 96000; }, 5));
+    ASSERT_TRUE(waitFor([&] { return controller->status().format.sampleRate == 96000; }));
     EXPECT_EQ(renderer.formats().size(), prepared + 1) << "nothing else played in between";
     EXPECT_EQ(renderer.formats().back().sampleRate, 96000);
     controller->setPeriodFrames(64);
@@ -132,23 +132,27 @@ TEST_F(Controller, isHeldUpByNoServerThatHangs) {
     std::jthread user([this] { controller->select({"second", "second"}); });
     EXPECT_TRUE(isHeard(first.step(64))) << "the old device is left before there is a new one";
     user.join();
-    EXPECT_LE(Clock::monotonic().now() - asked, milliseconds(3100));
+    EXPECT_LT(Clock::monotonic().now() - asked, milliseconds(5000)) << "twice the patience";
     EXPECT_TRUE(isHeard(fallback.step(64)));
-    const TimePoint listed = Clock::monotonic().now();
-    EXPECT_GE(controller->devices().size(), 2U);
-    EXPECT_LT(Clock::monotonic().now() - listed, milliseconds(700));
+    Duration fastest = Duration::max();  // of several: the machine may be busy
+    for (int i = 0; i < 3; ++i) {
+        const TimePoint asking = Clock::monotonic().now();
+        EXPECT_GE(controller->devices().size(), 2U);
+        fastest = std::min(fastest, Clock::monotonic().now() - asking);
+    }
+    EXPECT_LT(fastest, milliseconds(700));
     // What it opens when nobody wants it any more is not kept.
     controller->select({"first", "first"});
     EXPECT_TRUE(isHeard(first.step(64)));
     second.setHanging(false);
-    ASSERT_TRUE(waitFor([&] { return second.timesOpened() == 1 && !second.isOpen(); }, 5));
+    ASSERT_TRUE(waitFor([&] { return second.timesOpened() == 1 && !second.isOpen(); }));
     EXPECT_EQ(controller->status().current.device, "first");
 
     second.setHanging(true);
     std::jthread([this] { controller->select({"second", "second"}); }).join();
     const TimePoint ending = Clock::monotonic().now();
     controller.reset();
-    EXPECT_LT(Clock::monotonic().now() - ending, milliseconds(900));
+    EXPECT_LT(Clock::monotonic().now() - ending, milliseconds(2000));
     second.setHanging(false);  // its thread can end now
 }
 

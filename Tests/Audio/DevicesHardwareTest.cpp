@@ -149,7 +149,7 @@ TEST_F(Hardware, tellsListenersOfChangesUntilTheyAreRemoved) {
 
     format.isHeld = true;
     server.setFormat({.sampleRate = 96000});
-    ASSERT_TRUE(waitFor([&] { return format.calls == 1; }, 5));
+    ASSERT_TRUE(waitFor([&] { return format.calls == 1; }));
     EXPECT_EQ(other.calls, 0) << "told of what has not changed";
     // Removing waits for the call that is under way.
     std::jthread remover([&] {
@@ -163,7 +163,7 @@ TEST_F(Hardware, tellsListenersOfChangesUntilTheyAreRemoved) {
 
     server.setFormat({.sampleRate = 44100});
     server.die();
-    ASSERT_TRUE(waitFor([&] { return other.calls == 1; }, 5));
+    ASSERT_TRUE(waitFor([&] { return other.calls == 1; }));
     EXPECT_NE(hardware.removeListener(other.object, other.watched, Listener::changed, &other), kNoError);
 }
 

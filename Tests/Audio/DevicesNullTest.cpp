@@ -27,21 +27,30 @@ double shortestDelay(const std::vector<RecordingRenderer::Cycle>& cycles, std::s
     return shortest;
 }
 
-TEST(NullDevice, isPacedByExactDeadlinesAndStopsWithinAPeriod) {
+/// Two seconds of a stream that was never held up for longer than it catches up.
+std::vector<RecordingRenderer::Cycle> undisturbedCycles(NullBackEnd& backEnd, std::uint32_t rate,
+                                                        std::uint32_t period) {
+    std::vector<RecordingRenderer::Cycle> cycles;
+    const auto play = [&] {
+        RecordingRenderer renderer;
+        Error error;
+        auto stream = backEnd.open("null", {.periodFrames = period}, error);
+        if (!stream->start(renderer)) return false;
+        waitFor([&] { return renderer.count() * period >= 2 * rate; });
+        const std::uint64_t xruns = stream->xruns();
+        stream.reset();
+        cycles = renderer.cycles();
+        return xruns == 0;
+    };
+    EXPECT_TRUE(waitFor(play, 60));
+    return cycles;
+}
+
+TEST(NullDevice, isPacedByExactDeadlines) {
     constexpr std::uint32_t kRate = 44100;
     constexpr std::uint32_t kPeriod = 221;  // no whole number of nanoseconds
     NullBackEnd backEnd(kRate);
-    RecordingRenderer renderer;
-    Error error;
-    auto stream = backEnd.open("null", {.periodFrames = kPeriod}, error);
-    ASSERT_TRUE(stream->start(renderer));
-    ASSERT_TRUE(waitFor([&] { return renderer.count() * kPeriod >= 2 * kRate; }, 10));
-    const TimePoint stopping = Clock::monotonic().now();
-    stream.reset();
-    EXPECT_LE(Clock::monotonic().now() - stopping, milliseconds(40));
-    const std::size_t stoppedAt = renderer.count();
-
-    const auto cycles = renderer.cycles();
+    const auto cycles = undisturbedCycles(backEnd, kRate, kPeriod);
     for (std::size_t i = 0; i < cycles.size(); ++i) {
         const Duration::rep exact = Duration::rep(i * kPeriod) * 1'000'000'000 / kRate;
         ASSERT_EQ((cycles[i].start - cycles[0].start).count(), exact) << "cycle " << i;
@@ -53,8 +62,25 @@ TEST(NullDevice, isPacedByExactDeadlinesAndStopsWithinAPeriod) {
     const double drift = shortestDelay(cycles, half, cycles.size()) - shortestDelay(cycles, 0, half);
     std::printf("null device: mean rate off by %.1f ppm\n", drift * 1e6);
     EXPECT_LT(std::abs(drift), 50e-6);
-    std::this_thread::sleep_for(milliseconds(30));
-    EXPECT_EQ(renderer.count(), stoppedAt);
+}
+
+TEST(NullDevice, stopsWithinAPeriod) {
+    NullBackEnd backEnd;
+    Duration fastest = Duration::max();  // of several: the machine may be busy
+    for (int i = 0; i < 5; ++i) {
+        RecordingRenderer renderer;
+        Error error;
+        auto stream = backEnd.open("null", {.periodFrames = 480}, error);
+        ASSERT_TRUE(stream->start(renderer));
+        ASSERT_TRUE(waitFor([&] { return renderer.count() > 0; }));
+        const TimePoint stopping = Clock::monotonic().now();
+        stream.reset();
+        fastest = std::min(fastest, Clock::monotonic().now() - stopping);
+        const std::size_t stoppedAt = renderer.count();
+        std::this_thread::sleep_for(milliseconds(30));
+        EXPECT_EQ(renderer.count(), stoppedAt);
+    }
+    EXPECT_LE(fastest, milliseconds(40));
 }
 
 /// Holds up its third cycle for longer than a device catches up.
@@ -70,19 +96,24 @@ class StallingRenderer final : public AudioRenderer {
 
 TEST(NullDevice, skipsWholePeriodsAfterAStall) {
     NullBackEnd backEnd;
-    StallingRenderer renderer;
-    Error error;
-    auto stream = backEnd.open({}, {.periodFrames = 480}, error);
-    ASSERT_TRUE(stream->start(renderer));
-    ASSERT_TRUE(waitFor([&] { return renderer.recorder.count() >= 6; }, 5));
-    const auto cycles = renderer.recorder.cycles();
+    std::vector<RecordingRenderer::Cycle> cycles;
+    // Held up by nothing but the renderer.
+    const auto playOnce = [&] {
+        StallingRenderer renderer;
+        Error error;
+        auto stream = backEnd.open({}, {.periodFrames = 480}, error);
+        if (!stream->start(renderer)) return false;
+        waitFor([&] { return renderer.recorder.count() >= 6; });
+        cycles = renderer.recorder.cycles();
+        return stream->xruns() == 1;
+    };
+    ASSERT_TRUE(waitFor(playOnce, 60));
     const Duration gap = cycles[3].start - cycles[2].start;
     EXPECT_TRUE(cycles[3].isDiscontinuous && !cycles[4].isDiscontinuous);
     EXPECT_EQ(gap % milliseconds(10), Duration::zero()) << gap.count();
     EXPECT_GE(gap, milliseconds(120));
     EXPECT_GE(cycles[3].cameAt, cycles[3].start) << "a period in the future";
     EXPECT_EQ(cycles[4].start - cycles[3].start, Duration(milliseconds(10)));
-    EXPECT_EQ(stream->xruns(), 1U);
 }
 
 TEST(NullDevice, holdsThePeriodToItsRange) {

@@ -17,19 +17,17 @@ std::vector<std::unique_ptr<AudioDeviceBackEnd>> jackAndNull() {
 
 class PipeWire : public testing::Test {
   protected:
-    bool isHeardOn(const std::string& device, double seconds = 5) {
-        return waitFor([&] { return controller.status().current.device == device; }, seconds) &&
-               waitFor([&, seen = renderer.count()] { return renderer.count() > seen; }, seconds);
+    bool isHeardOn(const std::string& device) {
+        return waitFor([&] { return controller.status().current.device == device; }) &&
+               waitFor([&, seen = renderer.count()] { return renderer.count() > seen; });
     }
     bool lists(std::vector<std::string> names) {
         std::ranges::sort(names);
-        return waitFor(
-            [&] {
-                std::vector<std::string> present = deviceNames(backEnd);
-                std::ranges::sort(present);
-                return present == names;
-            },
-            10);
+        return waitFor([&] {
+            std::vector<std::string> present = deviceNames(backEnd);
+            std::ranges::sort(present);
+            return present == names;
+        });
     }
 
     JackServer noJackServer;  // a name under which nobody answers
@@ -53,7 +51,7 @@ TEST_F(PipeWire, playsOnEachOfItsSinksOverItsOwnJackLibrary) {
     ASSERT_TRUE(server.addSink("second", "Second Sink"));
     ASSERT_TRUE(isHeardOn("JACK: Second Sink"));
     const std::size_t before = renderer.count();
-    ASSERT_TRUE(waitFor([&] { return renderer.count() > before + 150; }, 10));
+    ASSERT_TRUE(waitFor([&] { return renderer.count() > before + 150; }));
     auto cycles = renderer.cycles();
     cycles.erase(cycles.begin(), cycles.begin() + std::ptrdiff_t(before) + 20);
     expectSteadyCycles(cycles, 48000, 500, "PipeWire over JACK");

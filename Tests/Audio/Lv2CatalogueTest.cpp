@@ -199,12 +199,12 @@ TEST_F(Lv2CatalogueTest, TheBackgroundRefreshEndsWithThePlayer) {
     bundles.add("hang-making");
     auto refreshing = catalogue();
     refreshing->refreshInBackground();
-    ASSERT_TRUE(waitFor([&] { return isRunning(bundles.bundle("hang-making")); }, 30));
+    ASSERT_TRUE(waitFor([&] { return isRunning(bundles.bundle("hang-making")); }));
     EXPECT_THAT(*refreshing->entries(), IsEmpty());
     const auto begin = std::chrono::steady_clock::now();
     refreshing.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30)) << "half of what a trial may take";
-    EXPECT_TRUE(waitFor([&] { return !isRunning(bundles.bundle("hang-making")); }, 10));
+    EXPECT_TRUE(waitFor([&] { return !isRunning(bundles.bundle("hang-making")); }));
 }
 
 TEST_F(Lv2CatalogueTest, OutOfProcessTheManagerHandsOutWhatIsNamedAlikeAndPlaysNothing) {

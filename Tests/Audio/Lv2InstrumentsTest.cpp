@@ -144,7 +144,7 @@ TEST(Lv2Instances, TenAreMadeSavedRestoredAndRemoved) {
             EXPECT_EQ(gotObject(*unit->instrument, kAudioUnitProperty_ClassInfo), info) << entry.uri;
         }
     }
-    EXPECT_TRUE(waitFor([&] { return threadsOfThisProcess() <= threads; }, 10));
+    EXPECT_TRUE(waitFor([&] { return threadsOfThisProcess() <= threads; }));
 }
 
 TEST(Lv2Presets, AreListedAndChosenByNumber) {
@@ -195,7 +195,7 @@ TEST(Lv2OwnProperties, ASampleChosenOnOneUnitPlaysOnAnother) {
         return std::get<std::string>(gotObject(*player.instrument, kSample).value);
     };
     const auto playsSample = [&](Lv2Player& player, const std::string& name) {
-        return waitFor([&] { return fs::path(sampleOf(player)).filename() == name; }, 10);
+        return waitFor([&] { return fs::path(sampleOf(player)).filename() == name; });
     };
     EXPECT_TRUE(playsSample(one, "click.wav")) << "what it starts with, found by asking";
     const TemporaryFolder folder;
@@ -210,7 +210,7 @@ TEST(Lv2OwnProperties, ASampleChosenOnOneUnitPlaysOnAnother) {
         info = gotObject(*one.instrument, kAudioUnitProperty_ClassInfo);
         return serializePropertyList(info).find("other.wav") != std::string::npos;
     };
-    EXPECT_TRUE(waitFor(hasLoaded, 10));
+    EXPECT_TRUE(waitFor(hasLoaded));
     EXPECT_EQ(setObject(*two.instrument, kAudioUnitProperty_ClassInfo, info), kNoError);
     EXPECT_TRUE(playsSample(two, "other.wav"));
     EXPECT_EQ(set(*two.instrument, kGain, std::uint64_t{0}), kAudioUnitErr_InvalidPropertyValue);

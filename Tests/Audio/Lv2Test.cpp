@@ -298,7 +298,7 @@ TEST(Lv2Presets, BringParametersAndState) {
 TEST(Lv2Worker, WorksElsewhereAndAnswersInARun) {
     Lv2Player player(probeEntry());
     player.send(0xB0, 20, 21);
-    EXPECT_TRUE(waitFor([&] { return player.block() && player.right[0] == 42; }, 10));
+    EXPECT_TRUE(waitFor([&] { return player.block() && player.right[0] == 42; }));
     EXPECT_EQ(player.instrument->faults().lostWork, 0U);
 }
 
@@ -316,7 +316,7 @@ TEST(Lv2Faults, AreCountedAndToldOnce) {
     EXPECT_EQ(noteOf(player).first, 100) << "only the block itself is muted";
     EXPECT_EQ(player.instrument->faults().mutedBlocks, 3U);
     EXPECT_GE(player.instrument->faults().slowRuns, 3U);
-    EXPECT_TRUE(waitFor([&] { return log.of("LV2").size() >= 5; }, 10));
+    EXPECT_TRUE(waitFor([&] { return log.of("LV2").size() >= 5; }));
     EXPECT_THAT(log.of("LV2"), testing::UnorderedElementsAre(
                                    "LV2: [render] Zelvane Probe puts out what is no sound and is muted where it does",
                                    "LV2: [render] Zelvane Probe takes longer to render than its sound lasts",

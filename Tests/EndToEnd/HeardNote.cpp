@@ -19,7 +19,7 @@ constexpr double kTail = 1;  // seconds in which a note that has ended is silent
 
 void capture(const JackCapture& capture, double seconds) {
     const std::size_t end = capture.count() + static_cast<std::size_t>(seconds * capture.sampleRate());
-    EXPECT_TRUE(waitFor([&] { return capture.count() >= end; }, 10 * seconds + 5));
+    EXPECT_TRUE(waitFor([&] { return capture.count() >= end; }, 10 * seconds + 30));
 }
 
 std::span<const float> steadyPiece(const JackCapture& capture, const HeardNote& note) {

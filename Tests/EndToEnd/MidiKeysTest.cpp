@@ -22,9 +22,9 @@ TEST(MidiKeys, KeysOfAJackClientSoundAsTheScaleSays) {
     RunningPlayer player(tuning.options());
     ASSERT_TRUE(player.isListening()) << player.output();
     JackCapture capture(60);
-    ASSERT_TRUE(waitFor([&] { return capture.connect(); }, 5));
+    ASSERT_TRUE(waitFor([&] { return capture.connect(); }));
     JackMIDIPeer keyboard("keyboard", {"keys"});
-    ASSERT_TRUE(waitFor([&] { return keyboard.connect("keyboard:keys", kPlayer); }, 5)) << player.output();
+    ASSERT_TRUE(waitFor([&] { return keyboard.connect("keyboard:keys", kPlayer); })) << player.output();
     tuning.expectKeys(player, capture, [&](int key, bool isDown) { press(keyboard, key, isDown); });
     EXPECT_EQ(player.terminate(), 0);
 }
@@ -36,12 +36,12 @@ TEST(MidiKeys, AKeyboardThatIsPulledOutWithAKeyDownLeavesNoNote) {
     RunningPlayer player({"--midi", "keyboard keys"});
     ASSERT_TRUE(player.isListening()) << player.output();
     JackCapture capture(60);
-    ASSERT_TRUE(waitFor([&] { return capture.connect(); }, 5));
+    ASSERT_TRUE(waitFor([&] { return capture.connect(); }));
     hearNote(
         capture, 0.5, [&] { press(*keyboard, 60, true); }, [&] { keyboard.reset(); });
     // It is known again when it returns.
     keyboard = std::make_unique<JackMIDIPeer>("keyboard", std::vector<std::string>{"keys"});
-    ASSERT_TRUE(waitFor([&] { return !keyboard->connections("keyboard:keys").empty(); }, 5)) << player.output();
+    ASSERT_TRUE(waitFor([&] { return !keyboard->connections("keyboard:keys").empty(); })) << player.output();
     const HeardNote note = hearWholeNote(
         capture, 0.5, [&] { press(*keyboard, 62, true); }, [&] { press(*keyboard, 62, false); });
     EXPECT_TRUE(note.isHeard());

@@ -35,16 +35,19 @@ TEST(Program, PlaysOnTheNullDeviceAndEndsWithinASecond) {
     player.send({"/om/note", {{6050}, {100}, {5000}, {1}}});
     player.send({"/om/nothing", {{std::string("hallo")}, {1.5F}}});
     EXPECT_TRUE(waitFor(
-        [&] { return player.output().find("/om/nothing with arguments (\"hallo\", 1.5)") != std::string::npos; }, 2));
-    for (const int signal : {SIGTERM, SIGINT}) {
+        [&] { return player.output().find("/om/nothing with arguments (\"hallo\", 1.5)") != std::string::npos; }));
+    EXPECT_EQ(player.terminate(), 0);
+    const auto endsInTime = [](int signal) {
         RunningPlayer other({"--device=null"});
-        ASSERT_TRUE(other.isListening());
+        EXPECT_TRUE(other.isListening());
         const auto begin = std::chrono::steady_clock::now();
         other.signal(signal);
         EXPECT_EQ(other.wait(), 0);
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(ZELVANE_SLOW));
-    }
-    EXPECT_EQ(player.terminate(), 0);
+        return std::chrono::steady_clock::now() - begin < std::chrono::seconds(ZELVANE_SLOW);
+    };
+    // Of several: the machine may be busy.
+    for (const int signal : {SIGTERM, SIGINT})
+        EXPECT_TRUE(endsInTime(signal) || endsInTime(signal) || endsInTime(signal)) << signal;
 }
 
 TEST(Program, ARecordingIsFinishedWhenThePlayerEnds) {
@@ -54,7 +57,7 @@ TEST(Program, ARecordingIsFinishedWhenThePlayerEnds) {
     ASSERT_TRUE(player.isListening()) << player.output();
     for (int n = 0; n < 8; ++n) player.send(fifos(40, 60));
     player.send({"/vesk.µq/start", {}});
-    EXPECT_EQ(player.client.nextAddress(3), "/vesk.mq/more") << "some notes have sounded by now";
+    EXPECT_EQ(player.client.nextAddress(30), "/vesk.mq/more") << "some notes have sounded by now";
     EXPECT_EQ(player.terminate(), 0);
     EXPECT_THAT(player.output(), AllOf(HasSubstr("Zelvane: recorded "), EndsWith(" s to " + file + "\n")));
     RunningPlayer nowhere({"--device", "null", "--record", folder.path / "no" / "take.m4a"});
@@ -94,7 +97,7 @@ TEST(Program, TheCommandLineIsReadAndItsFaultsAreTold) {
     EXPECT_EQ(run({"--set", "port=" + deserted, "--send", "/om/note", "1"}), 1);
     UdpEar ear;
     EXPECT_EQ(run({"--set", "port=" + std::to_string(ear.port()), "--send", "/om/note", "6050", "2.5", "x"}), 0);
-    EXPECT_EQ(ear.nextAddress(1), "/om/note");
+    EXPECT_EQ(ear.nextAddress(30), "/om/note");
 }
 
 TEST(Program, InstrumentsAreListedWithWhatTheyCannotDo) {
@@ -120,10 +123,10 @@ TEST(Program, AClientIsAskedForMoreAsTheQueuePassesThroughFive) {
     ASSERT_TRUE(player.isListening());
     for (int n = 0; n < 8; ++n) player.send(fifos(40, 60));
     player.send({"/vesk.µq/start", {}});
-    EXPECT_EQ(player.client.nextAddress(3), "/vesk.mq/more");
+    EXPECT_EQ(player.client.nextAddress(30), "/vesk.mq/more");
     EXPECT_EQ(player.client.nextAddress(0.5), "");
     player.send({"/vesk.µq/continue", {}});
-    EXPECT_EQ(player.client.nextAddress(1), "/vesk.mq/more");
+    EXPECT_EQ(player.client.nextAddress(30), "/vesk.mq/more");
     EXPECT_EQ(player.terminate(), 0);
 }
 
@@ -131,7 +134,7 @@ TEST(Program, ABurstOfTwentyThousandMessagesLosesNone) {
     RunningPlayer player({"--device", "null"});
     ASSERT_TRUE(player.isListening());
     for (int n = 0; n < 20000; ++n) player.send({"/x", {{n}}});
-    EXPECT_TRUE(waitFor([&] { return player.output().find("/x with arguments (19999)\n") != std::string::npos; }, 30));
+    EXPECT_TRUE(waitFor([&] { return player.output().find("/x with arguments (19999)\n") != std::string::npos; }));
     EXPECT_EQ(countLines(player.output(), "received unknown OSC message /x"), 20000);
     EXPECT_EQ(player.terminate(), 0);
 }
@@ -144,7 +147,7 @@ TEST(Program, TheServiceManagerHearsThatItIsReady) {
     name.copy(address.sun_path, sizeof address.sun_path - 1);
     const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    const timeval limit{10, 0};
+    const timeval limit{60, 0};
     ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     ::setenv("NOTIFY_SOCKET", name.c_str(), 1);
     RunningPlayer player({"--device", "null"});

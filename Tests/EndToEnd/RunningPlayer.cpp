@@ -98,9 +98,9 @@ std::string RunningPlayer::output() const {
     return text.str();
 }
 
-bool RunningPlayer::isListening(double seconds) const {
+bool RunningPlayer::isListening() const {
     const std::string line = "Zelvane: listening on 127.0.0.1:" + std::to_string(port) + "\n";
-    return waitFor([&] { return output().find(line) != std::string::npos; }, seconds);
+    return waitFor([&] { return output().find(line) != std::string::npos; }, 60);
 }
 
 int RunningPlayer::terminate() {

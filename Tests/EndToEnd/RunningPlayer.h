@@ -38,7 +38,7 @@ class RunningPlayer {
     explicit RunningPlayer(const std::vector<std::string>& options = {}, const std::vector<std::string>& bundles = {});
 
     /// True once it says that it listens.
-    bool isListening(double seconds = 10) const;
+    bool isListening() const;
     void send(const OSCMessage& message) const { client.send(message, port); }
     /// What it has printed so far, both outputs.
     std::string output() const;

@@ -37,7 +37,8 @@ class ChildProcess {
     pid_t _process = -1;
 };
 
-/// Looks every few milliseconds whether the condition holds, for at most that long.
-bool waitFor(const std::function<bool()>& condition, double seconds);
+/// Looks every few milliseconds whether the condition holds, for at most that long; unless told, for much longer than
+/// it can take on a machine that is held up.
+bool waitFor(const std::function<bool()>& condition, double seconds = 30);
 
 }  // namespace zelvane

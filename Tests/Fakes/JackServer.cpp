@@ -80,7 +80,7 @@ bool JackServer::tryToStart(unsigned sampleRate, unsigned periodFrames) {
                      ChildProcess::Environment{});
     // Asked for its ports again and again: the tool that waits for a server looks once a second only.
     const auto answers = [&] { return _process->hasEnded() || tool({"jack_lsp", "-s", _name}); };
-    return waitFor(answers, 10) && !_process->hasEnded();
+    return waitFor(answers) && !_process->hasEnded();
 }
 
 void JackServer::kill() {

@@ -26,7 +26,7 @@ PipeWireServer::PipeWireServer() {
 
 bool PipeWireServer::start() {
     _server.emplace(std::vector<std::string>{"pipewire"}, environment());
-    if (!waitFor([this] { return std::filesystem::exists(_folder.path / kSocket); }, 10)) return false;
+    if (!waitFor([this] { return std::filesystem::exists(_folder.path / kSocket); })) return false;
     _sessionManager.emplace(std::vector<std::string>{"dbus-run-session", "--", "wireplumber"}, environment());
     return ChildProcess::run({"pw-cli", "info", "0"}, environment());
 }

@@ -17,7 +17,7 @@ bool PulseServer::start() {
                                               "--exit-idle-time=-1", "--use-pid-file=no", "--log-level=error", "-L",
                                               "module-native-protocol-unix auth-anonymous=1 socket=" + socket},
                      environment());
-    return waitFor([this] { return control({"info"}); }, 10);
+    return waitFor([this] { return control({"info"}); });
 }
 
 std::string PulseServer::addSink(const std::string& name, const std::string& description, unsigned sampleRate) {

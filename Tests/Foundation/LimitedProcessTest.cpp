@@ -68,7 +68,7 @@ TEST(LimitedProcess, NothingOutlivesItsTime) {
     EXPECT_EQ(script.words, "did not finish within 0.5 seconds");
     ASSERT_EQ(script.lines.size(), 2U);
     const pid_t grandchild = std::stoi(script.lines[0]);
-    EXPECT_TRUE(waitFor([&] { return !isRunning(grandchild); }, 10));
+    EXPECT_TRUE(waitFor([&] { return !isRunning(grandchild); }));
     EXPECT_FALSE(isRunning(std::stoi(script.lines[1])));
 }
 
@@ -100,12 +100,12 @@ TEST(LimitedProcess, GoesWithTheOneWhoStartedIt) {
         runLimited({"/bin/sh", "-c", "echo $$ > " + file + ".part; mv " + file + ".part " + file + "; sleep 1000"}, {});
         ::_exit(0);
     }
-    ASSERT_TRUE(waitFor([&] { return std::filesystem::exists(file); }, 10));
+    ASSERT_TRUE(waitFor([&] { return std::filesystem::exists(file); }));
     const pid_t started = std::stoi(TemporaryFolder::read(file));
     ASSERT_TRUE(isRunning(started));
     ::kill(starter, SIGKILL);
     ::waitpid(starter, nullptr, 0);
-    EXPECT_TRUE(waitFor([&] { return !isRunning(started); }, 10));
+    EXPECT_TRUE(waitFor([&] { return !isRunning(started); }));
 }
 
 }  // namespace

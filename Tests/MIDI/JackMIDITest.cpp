@@ -43,7 +43,11 @@ Bytes distinctMessage(std::uint32_t number) {
 
 class JackMIDI : public testing::Test {
   protected:
-    bool open(unsigned period = 256) { return server.start(48000, period) && backEnd->open(ear, error); }
+    bool open(unsigned period = 256) {
+        EXPECT_TRUE(server.start(48000, period));
+        EXPECT_TRUE(backEnd->open(ear, error)) << error.description;
+        return !testing::Test::HasFailure();
+    }
     MIDIPortDescription port(MIDIDirection direction, const std::string& name) {
         for (const auto& each : backEnd->ports()) {
             if (each.direction == direction && each.name == name) return each;
@@ -60,30 +64,31 @@ class JackMIDI : public testing::Test {
         return backEnd->connectSource(line, address(MIDIDirection::source, source));
     }
     bool hears(MIDILineID line, const std::vector<Bytes>& messages) {
-        return waitFor([&] { return ear.messages(line) == messages; }, 5);
+        return waitFor([&] { return ear.messages(line) == messages; });
     }
-    /// Everything is heard, in a time in which the server is not held up. A server that is loses cycles, or lets one
-    /// client read what another still writes: then another try. Each is looked at.
+    /// What is played is heard, in a time in which the server is not held up. A server that is loses cycles, or lets
+    /// one client read what another still writes: then another try, for which what came is forgotten. Each is looked
+    /// at.
     bool playUndisturbed(
-        JackMIDIPeer& peer, const std::vector<JackMIDIPeer::Planned>& plan, std::size_t output = 0,
-        const std::function<void()>& look = [] {}) {
+        JackMIDIPeer& peer, const std::vector<JackMIDIPeer::Planned>& plan, const std::function<bool()>& isHeard,
+        std::size_t output = 0, const std::function<void()>& look = [] {}) {
         for (int tries = 1; tries <= 20; ++tries) {
             ear.forget();
             peer.forget();
             const std::uint64_t xruns = peer.xruns();
             peer.play(plan, output);
-            if (!waitFor([&] { return peer.isDone(); }, 20)) return false;
-            const bool isHeard = waitFor([&] { return ear.count() >= plan.size(); }, 1);
+            if (!waitFor([&] { return peer.isDone(); })) return false;
+            const bool wasHeard = waitFor(isHeard, 1) || (peer.xruns() == xruns && waitFor(isHeard));
             look();
-            if (peer.xruns() == xruns) return isHeard;
+            if (peer.xruns() == xruns) return wasHeard;
             std::printf("%lu xruns at try %d\n", static_cast<unsigned long>(peer.xruns() - xruns), tries);
         }
         return false;
     }
-    /// The note sounds over a line.
-    bool startNote(JackMIDIPeer& peer, MIDILineID line, std::size_t output = 0) {
-        peer.play({{0, kNoteOn}}, output);
-        return hears(line, {kNoteOn});
+    /// The note sounds over these lines.
+    bool startNote(JackMIDIPeer& peer, const std::vector<MIDILineID>& lines) {
+        const auto isHeard = [&](MIDILineID line) { return ear.messages(line) == std::vector<Bytes>{kNoteOn}; };
+        return playUndisturbed(peer, {{0, kNoteOn}}, [&] { return std::ranges::all_of(lines, isHeard); });
     }
 
     JackServer server;
@@ -112,7 +117,8 @@ TEST_F(JackMIDI, stampsEachMessageWithItsFrame) {
     }
     std::ranges::stable_sort(plan, {}, &JackMIDIPeer::Planned::frame);
     RealtimeGuard::reset();
-    ASSERT_TRUE(playUndisturbed(peer, plan, 1));
+    ASSERT_TRUE(playUndisturbed(
+        peer, plan, [&] { return ear.count() >= plan.size(); }, 1));
     EXPECT_EQ(RealtimeGuard::violations().total(), 0U) << RealtimeGuard::firstOffender();
     const auto written = peer.written();
     const auto packets = ear.packets();
@@ -149,14 +155,15 @@ TEST_F(JackMIDI, losesNothingAtTenThousandMessagesASecond) {
         const std::vector<Bytes> heard = ear.messages(1);
         EXPECT_EQ(std::set<Bytes>(heard.begin(), heard.end()).size(), heard.size());
     };
-    ASSERT_TRUE(playUndisturbed(peer, plan, 0, expectNothingTwice));
+    const auto isAllHeard = [&] { return ear.count() >= plan.size(); };
+    ASSERT_TRUE(playUndisturbed(peer, plan, isAllHeard, 0, expectNothingTwice));
     std::vector<Bytes> played;
     for (const auto& planned : plan) played.push_back(planned.bytes);
     EXPECT_EQ(ear.messages(1), played);
     backEnd->close(1);
     const std::size_t count = ear.count();
     peer.play({{0, kNoteOn}});
-    ASSERT_TRUE(waitFor([&] { return peer.isDone(); }, 5));
+    ASSERT_TRUE(waitFor([&] { return peer.isDone(); }));
     EXPECT_EQ(ear.count(), count);
 }
 
@@ -167,17 +174,11 @@ TEST_F(JackMIDI, handsOnWholeMessagesOnly) {
     Bytes dump(20000, 5);
     dump.front() = 0xF0;
     dump.back() = 0xF7;
-    peer.play({{0, {0xFE}},
-               {1, {0xF0, 1, 2}},
-               {2, {0xFA}},
-               {3, {3, 0xF7}},
-               {4, {0x90, 60}},
-               {5, {0xFF}},
-               {6, {0xC0, 7}},
-               {7, dump},
-               {8, {1, 2, 3}},
-               {9, kNoteOff}});
-    EXPECT_TRUE(hears(1, {{0xF0, 1, 2, 3, 0xF7}, {0xFF}, {0xC0, 7}, dump, kNoteOff}));
+    const std::vector<JackMIDIPeer::Planned> plan = {{0, {0xFE}},     {1, {0xF0, 1, 2}}, {2, {0xFA}},    {3, {3, 0xF7}},
+                                                     {4, {0x90, 60}}, {5, {0xFF}},       {6, {0xC0, 7}}, {7, dump},
+                                                     {8, {1, 2, 3}},  {9, kNoteOff}};
+    const std::vector<Bytes> whole = {{0xF0, 1, 2, 3, 0xF7}, {0xFF}, {0xC0, 7}, dump, kNoteOff};
+    EXPECT_TRUE(playUndisturbed(peer, plan, [&] { return ear.messages(1) == whole; }));
 }
 
 TEST_F(JackMIDI, showsItsVirtualPorts) {
@@ -186,16 +187,15 @@ TEST_F(JackMIDI, showsItsVirtualPorts) {
     ASSERT_TRUE(backEnd->createVirtual(2, MIDIDirection::source, "Zelvane"));
     EXPECT_THAT(keys(), IsEmpty());
     JackMIDIPeer peer("keys", {"out"}, {"in"});
-    ASSERT_TRUE(waitFor([&] { return peer.connect("keys:out", "Zelvane MIDI:Zelvane"); }, 5));
-    ASSERT_TRUE(waitFor([&] { return peer.connect("Zelvane MIDI:Zelvane 2", "keys:in"); }, 5));
-    peer.play({{0, kNoteOn}});
-    EXPECT_TRUE(hears(1, {kNoteOn}));
+    ASSERT_TRUE(waitFor([&] { return peer.connect("keys:out", "Zelvane MIDI:Zelvane"); }));
+    ASSERT_TRUE(waitFor([&] { return peer.connect("Zelvane MIDI:Zelvane 2", "keys:in"); }));
+    EXPECT_TRUE(startNote(peer, {1}));
 
     // Several messages in a packet, and one that goes on in the next.
     const Bytes first = {0x90, 60, 100, 0xF0, 1};
     const Bytes second = {2, 0xF7};
     const std::vector<MIDIPacket> list = {{TimePoint(), first}, {TimePoint(), second}};
-    ASSERT_TRUE(waitFor([&] { return backEnd->emit(2, list) && peer.heard().size() >= 2; }, 5));
+    ASSERT_TRUE(waitFor([&] { return backEnd->emit(2, list) && peer.heard().size() >= 2; }));
     EXPECT_EQ(peer.heard()[0], kNoteOn);
     EXPECT_EQ(peer.heard()[1], (Bytes{0xF0, 1, 2, 0xF7}));
 
@@ -207,18 +207,25 @@ TEST_F(JackMIDI, showsItsVirtualPorts) {
 
 TEST_F(JackMIDI, sendsToOthersFromTheFirstMessageOn) {
     ASSERT_TRUE(open());
-    auto peer = std::make_unique<JackMIDIPeer>("synth", std::vector<std::string>{}, std::vector<std::string>{"in"});
-    const std::string synth = address(MIDIDirection::destination, "in");
+    std::optional<JackMIDIPeer> peer;
+    std::string synth;
     std::vector<Bytes> sent;
-    for (std::uint8_t key = 0; key < 100; ++key) {
-        sent.push_back({0x90, key, 1});
-        const MIDIPacket packet{TimePoint(), sent.back()};
-        ASSERT_TRUE(backEnd->send(synth, {&packet, 1}));
+    for (std::uint8_t key = 0; key < 100; ++key) sent.push_back({0x90, key, 1});
+    // Another synth when the server was held up, and may have lost cycles.
+    for (int tries = 0; tries < 20; ++tries) {
+        const std::string port = "in" + std::to_string(tries);
+        peer.emplace("synth", std::vector<std::string>{}, std::vector<std::string>{port});
+        synth = address(MIDIDirection::destination, port);
+        for (const Bytes& message : sent) {
+            const MIDIPacket packet{TimePoint(), message};
+            ASSERT_TRUE(backEnd->send(synth, {&packet, 1}));
+        }
+        if (waitFor([&] { return peer->heard() == sent; }, 1) || peer->xruns() == 0) break;
     }
-    EXPECT_TRUE(waitFor([&] { return peer->heard() == sent; }, 5));
+    EXPECT_TRUE(waitFor([&] { return peer->heard() == sent; }));
     const int before = ear.changes;
     peer.reset();
-    ASSERT_TRUE(waitFor([&] { return ear.changes > before; }, 5));
+    ASSERT_TRUE(waitFor([&] { return ear.changes > before; }));
     const MIDIPacket packet{TimePoint(), sent.back()};
     EXPECT_FALSE(backEnd->send(synth, {&packet, 1}));
 }
@@ -231,7 +238,7 @@ TEST_F(JackMIDI, tellsOfWhatItCantSend) {
     server.freeze();  // no cycle comes that could take them
     EXPECT_FALSE(backEnd->emit(1, list));
     server.thaw();
-    EXPECT_TRUE(waitFor([&] { return !log.all().empty(); }, 5));
+    EXPECT_TRUE(waitFor([&] { return !log.all().empty(); }));
     EXPECT_THAT(log.all(), Contains(testing::HasSubstr("sent faster than JACK takes them")));
 }
 
@@ -244,8 +251,7 @@ class JackMIDINotes : public JackMIDI {
         ASSERT_TRUE(backEnd->createVirtual(2, MIDIDirection::destination, "Zelvane"));
         ASSERT_TRUE(peer->connect("keys:first", "Zelvane MIDI:Zelvane"));
         ASSERT_TRUE(peer->connect("keys:second", "Zelvane MIDI:Zelvane"));
-        peer->play({{0, kNoteOn}});
-        ASSERT_TRUE(hears(1, {kNoteOn}) && hears(2, {kNoteOn}));
+        ASSERT_TRUE(startNote(*peer, {1, 2}));
     }
     bool ends(MIDILineID line) {
         return hears(line, {kNoteOn, kNoteOff}) && ear.packets().back().time >= ear.packets().front().time;
@@ -259,10 +265,10 @@ TEST_F(JackMIDINotes, endWithTheConnection) {
     EXPECT_TRUE(ends(1));
     // A virtual destination can't tell its senders apart: its notes last until all have gone.
     ASSERT_TRUE(peer->disconnect("keys:second", "Zelvane MIDI:Zelvane"));
-    peer->play({{0, {0xB0, 1, 2}}});
-    ASSERT_TRUE(hears(2, {kNoteOn, {0xB0, 1, 2}}));
+    const Bytes control = {0xB0, 1, 2};
+    ASSERT_TRUE(playUndisturbed(*peer, {{0, control}}, [&] { return ear.messages(2) == std::vector<Bytes>{control}; }));
     ASSERT_TRUE(peer->disconnect("keys:first", "Zelvane MIDI:Zelvane"));
-    EXPECT_TRUE(hears(2, {kNoteOn, {0xB0, 1, 2}, kNoteOff}));
+    EXPECT_TRUE(hears(2, {control, kNoteOff}));
 }
 
 TEST_F(JackMIDINotes, endWithTheSender) {
@@ -276,7 +282,7 @@ TEST_F(JackMIDINotes, endWithTheLine) {
     backEnd->close(2);
     EXPECT_THAT(ear.messages(2), ElementsAre(kNoteOn, kNoteOff));
     peer->play({{0, kNoteOn}});
-    ASSERT_TRUE(waitFor([&] { return peer->isDone(); }, 5));
+    ASSERT_TRUE(waitFor([&] { return peer->isDone(); }));
     EXPECT_EQ(ear.count(), 4U);
 }
 
@@ -303,11 +309,11 @@ TEST_F(JackMIDI, knowsPortsAgain) {
         second = port(MIDIDirection::source, "out: 1");
         return ear.changes > before && second.address != first.address;
     };
-    ASSERT_TRUE(waitFor(hasNewAddress, 5));
+    ASSERT_TRUE(waitFor(hasNewAddress));
     EXPECT_EQ(second.key, first.key);
     EXPECT_FALSE(backEnd->connectSource(2, first.address));
     ASSERT_TRUE(backEnd->connectSource(3, second.address));
-    EXPECT_TRUE(startNote(*peer, 3));
+    EXPECT_TRUE(startNote(*peer, {3}));
     EXPECT_THAT(ear.messages(1), IsEmpty());
 }
 
@@ -338,23 +344,22 @@ TEST_F(JackMIDI, comesBackWithTheServerBesideTheSound) {
             if (!stream) stream = sound.open({}, {}, error);
             return stream && stream->start(renderer);
         };
-        ASSERT_TRUE(waitFor(isPlaying, 5)) << i;
+        ASSERT_TRUE(waitFor(isPlaying)) << i;
         std::optional<JackMIDIPeer> peer;
         const auto isConnected = [&] {
             if (!peer || !peer->isOpen()) peer.emplace("keys", std::vector<std::string>{"out"});
             return peer->isOpen() && peer->connect("keys:out", "Zelvane MIDI:Zelvane");
         };
         const TimePoint started = Clock::monotonic().now();
-        ASSERT_TRUE(waitFor(isConnected, 5)) << i;
+        ASSERT_TRUE(waitFor(isConnected)) << i;
         slowest = std::max(slowest, std::chrono::duration<double>(Clock::monotonic().now() - started).count());
-        ear.forget();
-        ASSERT_TRUE(startNote(*peer, 1)) << i;
+        ASSERT_TRUE(startNote(*peer, {1})) << i;
         EXPECT_TRUE(addresses.insert(address(MIDIDirection::source, "out")).second);
         const int before = ear.changes;
         server.kill();
         ASSERT_TRUE(hears(1, {kNoteOn, kNoteOff})) << i;
-        ASSERT_TRUE(waitFor([&] { return ear.changes > before && backEnd->ports().empty(); }, 5));
-        ASSERT_TRUE(waitFor([&] { return peer->isDead() && stream->state() == AudioStreamState::lost; }, 5));
+        ASSERT_TRUE(waitFor([&] { return ear.changes > before && backEnd->ports().empty(); }));
+        ASSERT_TRUE(waitFor([&] { return peer->isDead() && stream->state() == AudioStreamState::lost; }));
         peer.reset();
         stream.reset();
         ASSERT_TRUE(server.start());

@@ -14,7 +14,7 @@ TEST(PlayerPitch, KeysOfASequencerClientSoundAsTheScaleSays) {
     ASSERT_TRUE(server.start(48000, kLongPeriod));
     const TenSteps tuning;
     RunningPlayer player(tuning.options());
-    ASSERT_TRUE(player.isListening(60)) << player.output();
+    ASSERT_TRUE(player.isListening()) << player.output();
     JackCapture capture(60);
     ASSERT_TRUE(waitFor([&] { return capture.connect(); }, 20)) << player.output();
     const SequencerPeer keyboard("Keyboard", "keys");

@@ -31,12 +31,10 @@ class Recording : public testing::Test {
 
     /// Lets the file be finished and the player be told.
     void awaitRecordings(std::size_t count) {
-        EXPECT_TRUE(waitFor(
-            [&] {
-                rig.loop.runOnce(rig.clock.now());
-                return rig.application.recordings.size() >= count;
-            },
-            10));
+        EXPECT_TRUE(waitFor([&] {
+            rig.loop.runOnce(rig.clock.now());
+            return rig.application.recordings.size() >= count;
+        }));
     }
 
     std::vector<float> leftChannel() const {
