@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
@@ -51,13 +52,19 @@ std::filesystem::path cacheFolder() {
 std::vector<std::filesystem::path> dataFolders() {
     std::vector<std::filesystem::path> folders{baseFolder("XDG_DATA_HOME", ".local/share")};
     const char* value = std::getenv("XDG_DATA_DIRS");
-    std::string_view rest = value != nullptr && *value != '\0' ? value : "/usr/local/share:/usr/share";
-    while (!rest.empty()) {
-        const std::filesystem::path folder = rest.substr(0, rest.find(':'));
-        if (folder.is_absolute()) folders.push_back(folder);
-        rest.remove_prefix(std::min(rest.size(), folder.native().size() + 1));
-    }
+    const auto others = pathList(value != nullptr && *value != '\0' ? value : "/usr/local/share:/usr/share");
+    folders.insert(folders.end(), others.begin(), others.end());
     return folders;
+}
+
+std::vector<std::filesystem::path> pathList(std::string_view text) {
+    std::vector<std::filesystem::path> paths;
+    while (!text.empty()) {
+        const std::filesystem::path path = text.substr(0, text.find(':'));
+        if (path.is_absolute()) paths.push_back(path);
+        text.remove_prefix(std::min(text.size(), path.native().size() + 1));
+    }
+    return paths;
 }
 
 }  // namespace zelvane

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string_view>
 #include <vector>
 
 namespace zelvane {
@@ -17,5 +18,8 @@ std::filesystem::path cacheFolder();
 
 /// Data folders in the order in which they are searched: $XDG_DATA_HOME, then each of $XDG_DATA_DIRS.
 std::vector<std::filesystem::path> dataFolders();
+
+/// The absolute paths among those that a text has between its colons.
+std::vector<std::filesystem::path> pathList(std::string_view text);
 
 }  // namespace zelvane

@@ -3,8 +3,12 @@
 
 #include <libintl.h>
 
+#include <algorithm>
+#include <cctype>
 #include <clocale>
+#include <cstdlib>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 namespace zelvane {
@@ -22,12 +26,40 @@ std::filesystem::path catalogueFolder() {
     return "/usr/share/locale";
 }
 
+/// It becomes the name of a folder.
+bool isLanguageName(std::string_view name) {
+    return !name.empty() && std::all_of(name.begin(), name.end(), [](char character) {
+        return character == '_' || (std::isalnum(static_cast<unsigned char>(character)) != 0);
+    });
+}
+
 }  // namespace
 
 std::string localizedString(const char* english) {
     // The empty key is the catalogue's own header.
     if (english == nullptr || *english == '\0') return {};
     return dgettext(kDomain, english);
+}
+
+std::vector<std::string> userLanguages() {
+    const char* locale = std::setlocale(LC_MESSAGES, nullptr);
+    const std::string chosen = locale != nullptr ? locale : "C";
+    if (chosen == "C" || chosen == "POSIX") return {};
+    // The list that gettext goes by.
+    const char* list = std::getenv("LANGUAGE");
+    std::string_view rest = list != nullptr && *list != '\0' ? list : chosen;
+    std::vector<std::string> languages;
+    while (!rest.empty()) {
+        const std::string_view entry = rest.substr(0, rest.find(':'));
+        rest.remove_prefix(std::min(rest.size(), entry.size() + 1));
+        const std::string name(entry.substr(0, entry.find_first_of(".@")));
+        const std::string language = name.substr(0, name.find('_'));
+        if (language == "en" || language == "C") break;
+        if (!isLanguageName(name)) continue;
+        languages.push_back(name);
+        if (language != name) languages.push_back(language);
+    }
+    return languages;
 }
 
 void initLocalization() {

@@ -2,6 +2,7 @@
 #include "Platform/Foundation/Resources.h"
 
 #include "Platform/Foundation/Folders.h"
+#include "Platform/Foundation/LocalizedString.h"
 
 #include <system_error>
 #include <vector>
@@ -25,14 +26,32 @@ std::filesystem::path folderOfType(const std::string& type) {
     return type == "plist" ? "PropertyLists" : "";
 }
 
+bool isPlainName(const std::string& name) {
+    return name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
+}
+
+std::optional<std::filesystem::path> findInFolders(const std::filesystem::path& place) {
+    std::error_code error;
+    for (const auto& folder : resourceFolders()) {
+        auto file = folder / "Zelvane" / place;
+        if (std::filesystem::is_regular_file(file, error)) return file;
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<std::filesystem::path> resourceFile(const std::string& name, const std::string& type) {
-    if (name.find('/') != std::string::npos || name.find('\0') != std::string::npos) return std::nullopt;
-    std::error_code error;
-    for (const auto& folder : resourceFolders()) {
-        auto file = folder / "Zelvane" / folderOfType(type) / (name + "." + type);
-        if (std::filesystem::is_regular_file(file, error)) return file;
+    if (!isPlainName(name)) return std::nullopt;
+    return findInFolders(folderOfType(type) / (name + "." + type));
+}
+
+std::optional<std::filesystem::path> helpPage(const std::string& name) {
+    if (!isPlainName(name)) return std::nullopt;
+    auto languages = userLanguages();
+    languages.emplace_back("en");
+    for (const auto& language : languages) {
+        if (auto page = findInFolders(std::filesystem::path("Help") / language / (name + ".html"))) return page;
     }
     return std::nullopt;
 }

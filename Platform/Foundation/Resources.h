@@ -12,4 +12,7 @@ namespace zelvane {
 /// that would lead out of the folder. Any thread.
 std::optional<std::filesystem::path> resourceFile(const std::string& name, const std::string& type);
 
+/// The page NAME of the program's help, in the first of the user's languages that has it, else in English. As above.
+std::optional<std::filesystem::path> helpPage(const std::string& name);
+
 }  // namespace zelvane

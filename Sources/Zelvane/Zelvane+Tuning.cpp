@@ -47,6 +47,10 @@ void Zelvane::updateMicromidiMap() {
     _playerThread.perform([&] { _midiDecoder->scala().updateMicromidiMap(); }, RunLoop::Wait::yes);
 }
 
+std::unique_ptr<ScalaController> Zelvane::midiTuning() {
+    return withMidiTuning([](const ScalaController& scala) { return std::make_unique<ScalaController>(scala); });
+}
+
 void Zelvane::restoreMidiTuning() {
     const auto keymap = _defaults.string("keymap");
     const auto tuning = _defaults.string("tuning");

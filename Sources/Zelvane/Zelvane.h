@@ -88,6 +88,8 @@ class Zelvane : public StatusChecker {
     void restoreKeymap();
     void restoreTuningMap();
     void updateMicromidiMap();
+    /// A copy of the tuning as it is now: also what was opened since the table was built.
+    std::unique_ptr<ScalaController> midiTuning();
 
     /// The empty path and the registered default mean the built-in sounds.
     bool openSoundfont(const std::optional<std::string>& path);

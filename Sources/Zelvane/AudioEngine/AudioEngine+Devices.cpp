@@ -56,6 +56,21 @@ std::vector<std::string> AudioEngine::audioDevices() const {
     return sortedKeys(_outputDevicesMap);
 }
 
+std::string AudioEngine::currentAudioDevice() const {
+    const std::string device = _platform.controller.status().current.device;
+    return _outputDevicesMap.contains(device) ? device : std::string();
+}
+
+std::string AudioEngine::currentMusicDevice() {
+    const auto node = microUnitSynthNode(1);
+    return node != nullptr && _musicDevicesMap.contains(node->name()) ? node->name() : std::string();
+}
+
+Microtones AudioEngine::microtonesOfMusicDevice(const std::string& name) const {
+    const auto place = _musicDevicesMap.find(name);
+    return place != _musicDevicesMap.end() ? place->second.microtones : Microtones::unknown;
+}
+
 void AudioEngine::setAudioDeviceFromName(const std::string& name) {
     const auto place = _outputDevicesMap.find(name);
     const AudioObjectID device = place == _outputDevicesMap.end() ? 0 : place->second;

@@ -52,6 +52,11 @@ class AudioEngine : public PluginWindowDelegate {
     void setAudioDeviceFromName(const std::string& name);
     std::vector<AVAudioUnitComponent> findAllMusicDevices();
     std::vector<std::string> musicDevices() const;
+    /// Unknown for a name that is not in the table.
+    Microtones microtonesOfMusicDevice(const std::string& name) const;
+    /// What plays now, as it stands in the tables; empty when it doesn't.
+    std::string currentAudioDevice() const;
+    std::string currentMusicDevice();
     /// Switches the instrument and returns when it is set up; what sounds ends. With a name that is not in the table,
     /// or of one that is not there any more, it tells the user, and the present one stays.
     void setMusicDeviceFromName(const std::string& name);
