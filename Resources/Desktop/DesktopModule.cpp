@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Desktop/Qt/CatalogueTranslator.h"
 #include "Platform/Desktop/Qt/Display.h"
 #include "Platform/Desktop/Qt/QtEventLoop.h"
 #include "Sources/Desktop.h"
@@ -21,18 +22,19 @@ struct CommandLine {
 class QtDesktop final : public Desktop {
   public:
     explicit QtDesktop(const DesktopServices& services)
-        : _application(_commandLine.count, _commandLine.words),
-          _eventLoop(services.mainRunLoop),
-          _shell(services.defaults) {}
+        : _application(_commandLine.count, _commandLine.words), _eventLoop(services.mainRunLoop) {
+        installTranslators(_application);
+        _shell = std::make_unique<DesktopShell>(services.defaults);
+    }
 
-    Shell& shell() override { return _shell; }
+    Shell& shell() override { return *_shell; }
     std::shared_ptr<ViewControllerProvider> viewControllers() override { return nullptr; }
 
   private:
     CommandLine _commandLine;
     QApplication _application;
     QtEventLoop _eventLoop;
-    DesktopShell _shell;
+    std::unique_ptr<DesktopShell> _shell;
 };
 
 void nameApplication() {

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/DesktopShell/DesktopShell.h"
 
+#include "Sources/AppDelegate.h"
 #include "Sources/DesktopShell/SavePanel.h"
 #include "Sources/DesktopShell/StatusText.h"
+#include "Sources/Preferences/prefDialogController.h"
 
 #include <QApplication>
 
@@ -27,6 +29,7 @@ DesktopShell::DesktopShell(UserDefaults& defaults) : _defaults(defaults) {
 DesktopShell::~DesktopShell() = default;
 
 void DesktopShell::setDelegate(AppDelegate& delegate) {
+    _delegate = &delegate;
     _menubar.setDelegate(delegate);
 }
 
@@ -75,8 +78,11 @@ std::optional<std::filesystem::path> DesktopShell::runSavePanel(const std::strin
     return zelvane::runSavePanel(title, nameLabel, name, allowedTypes);
 }
 
-int DesktopShell::runPreferencesDialog(Zelvane& /*zelvane*/) {
-    return 0;
+int DesktopShell::runPreferencesDialog(Zelvane& zelvane) {
+    prefDialogController dialog(_defaults, *_delegate, LoginItem::mainAppService(), _helpBook);
+    dialog.setZelvane(zelvane);
+    dialog.setup();
+    return dialog.runModal();
 }
 
 void DesktopShell::showScanProgress(const std::string& instrument) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Platform/Desktop/Qt/HelpBook.h"
 #include "Platform/Desktop/Qt/TrayWatcher.h"
 #include "Platform/Foundation/UserDefaults.h"
 #include "Sources/ConsoleShell.h"
@@ -46,8 +47,10 @@ class DesktopShell final : public Shell {
     void trayWasFound();
 
     UserDefaults& _defaults;
+    AppDelegate* _delegate = nullptr;
     ConsoleShell _console;
     AlertWindows _alerts;
+    HelpBook _helpBook;
     MenubarController _menubar;
     std::unique_ptr<FallbackWindow> _fallbackWindow;
     std::unique_ptr<TrayWatcher> _trayWatcher;
