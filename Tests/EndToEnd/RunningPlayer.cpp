@@ -68,8 +68,9 @@ void RunningPlayer::install(const std::vector<std::string>& bundles) const {
                                                   _home.path / "lv2" / bundle);
 }
 
-RunningPlayer::RunningPlayer(const std::vector<std::string>& options, const std::vector<std::string>& bundles)
-    : port(freePort()), _outputFile(_home.path / "output") {
+RunningPlayer::RunningPlayer(const std::vector<std::string>& options, const std::vector<std::string>& bundles,
+                             const ChildProcess::Environment& desktop)
+    : port(freePort()), _environment(desktop), _outputFile(_home.path / "output") {
     install(bundles);
     std::filesystem::create_directories(_home.path / "data" / "soundfonts");
     writeTinySoundFont(_home.path / "data" / "soundfonts" / "default-GM.sf2");
@@ -77,19 +78,31 @@ RunningPlayer::RunningPlayer(const std::vector<std::string>& options, const std:
                                      "-c",
                                      R"(exec "$0" "$@" 2>&1)",
                                      ZELVANE_PROGRAM,
-                                     "--headless",
                                      "--set",
                                      "port=" + std::to_string(port),
                                      "--set",
                                      "outPort=" + std::to_string(client.port())};
+    if (desktop.empty()) command.emplace_back("--headless");
     command.insert(command.end(), options.begin(), options.end());
-    _process = std::make_unique<ChildProcess>(command,
-                                              ChildProcess::Environment{{"HOME", _home.path},
-                                                                        {"LV2_PATH", _home.path / "lv2"},
-                                                                        {"XDG_CACHE_HOME", _home.path / "cache"},
-                                                                        {"XDG_CONFIG_HOME", _home.path / "config"},
-                                                                        {"XDG_DATA_HOME", _home.path / "data"}},
-                                              _outputFile);
+    _environment.merge(ChildProcess::Environment{{"HOME", _home.path},
+                                                 {"LV2_PATH", _home.path / "lv2"},
+                                                 {"XDG_CACHE_HOME", _home.path / "cache"},
+                                                 {"XDG_CONFIG_HOME", _home.path / "config"},
+                                                 {"XDG_DATA_HOME", _home.path / "data"}});
+    _process = std::make_unique<ChildProcess>(command, _environment, _outputFile);
+}
+
+std::pair<int, std::string> RunningPlayer::startAgain(const std::vector<std::string>& options) const {
+    std::vector<std::string> command{"sh", "-c", R"(exec "$0" "$@" 2>&1)", ZELVANE_PROGRAM};
+    command.insert(command.end(), options.begin(), options.end());
+    const std::string output = _home.path / "second";
+    ChildProcess second(command, _environment, output);
+    const int status = second.wait();
+    return {status, TemporaryFolder::read(output)};
+}
+
+std::string RunningPlayer::maps() const {
+    return TemporaryFolder::read("/proc/" + std::to_string(_process->id()) + "/maps");
 }
 
 std::string RunningPlayer::output() const {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zelvane {
@@ -34,14 +35,20 @@ class UdpEar {
 /// The real program, in a home of its own whose General MIDI font sounds like a tuning fork.
 class RunningPlayer {
   public:
-    /// Of the bundles named, as they are installed, it knows the instruments.
-    explicit RunningPlayer(const std::vector<std::string>& options = {}, const std::vector<std::string>& bundles = {});
+    /// Of the bundles named, as they are installed, it knows the instruments. With a desktop's environment it runs on
+    /// that desktop, else without one.
+    explicit RunningPlayer(const std::vector<std::string>& options = {}, const std::vector<std::string>& bundles = {},
+                           const ChildProcess::Environment& desktop = {});
 
     /// True once it says that it listens.
     bool isListening() const;
     void send(const OSCMessage& message) const { client.send(message, port); }
     /// What it has printed so far, both outputs.
     std::string output() const;
+    /// Starts it once more, as a user would who forgot that it runs: the exit status, and what it printed.
+    std::pair<int, std::string> startAgain(const std::vector<std::string>& options = {}) const;
+    /// The files and libraries in its memory.
+    std::string maps() const;
     /// Asks it to end; its exit status.
     int terminate();
     int wait() { return _process->wait(); }
@@ -54,6 +61,7 @@ class RunningPlayer {
     void install(const std::vector<std::string>& bundles) const;
 
     TemporaryFolder _home;
+    ChildProcess::Environment _environment;
     std::string _outputFile;
     std::unique_ptr<ChildProcess> _process;
 };

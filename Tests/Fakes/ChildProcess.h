@@ -22,6 +22,7 @@ class ChildProcess {
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    pid_t id() const { return _process; }
     void signal(int number) const;
     /// Ends it as a crash would.
     void kill();

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Tests/Fakes/XServer.h"
+
+namespace zelvane {
+
+namespace {
+
+constexpr double kPatience = 20;
+
+}  // namespace
+
+bool XServer::start() {
+    const std::string number = (_folder.path / "display").string();
+    _server.emplace(std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten",
+                                             "tcp", "-noreset"},
+                    ChildProcess::Environment{}, number);
+    const auto isTold = [&] { return TemporaryFolder::read(number).ends_with('\n'); };
+    if (!waitFor(isTold, kPatience)) return false;
+    _display = ":" + TemporaryFolder::read(number);
+    _display.pop_back();
+    return true;
+}
+
+bool XServer::startWindowManager() {
+    _windowManager.emplace(std::vector<std::string>{"openbox"}, environment());
+    return waitFor(
+        [this] {
+            const std::string output = (_folder.path / "manager").string();
+            return ChildProcess::run({"xprop", "-root", "_NET_SUPPORTING_WM_CHECK"}, environment(), output) &&
+                   TemporaryFolder::read(output).find("window id") != std::string::npos;
+        },
+        kPatience);
+}
+
+bool XServer::startTray() {
+    _tray.emplace(std::vector<std::string>{"trayer", "--edge", "top", "--align", "right", "--widthtype", "request"},
+                  environment());
+    return waitFor([this] { return windows().find("\"trayer\"") != std::string::npos; }, kPatience);
+}
+
+std::string XServer::windows() const {
+    const std::string output = (_folder.path / "windows").string();
+    ChildProcess::run({"xwininfo", "-root", "-tree"}, environment(), output);
+    return TemporaryFolder::read(output);
+}
+
+bool XServer::act(const std::vector<std::string>& words) const {
+    // It waits for what may never come.
+    std::vector<std::string> command{"timeout", "5", "xdotool"};
+    command.insert(command.end(), words.begin(), words.end());
+    return ChildProcess::run(command, environment());
+}
+
+}  // namespace zelvane

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/TemporaryFolder.h"
+
+#include <optional>
+#include <string>
+
+namespace zelvane {
+
+/// A display without a screen, on request with a window manager and a tray of the older kind.
+class XServer {
+  public:
+    /// False when it did not start.
+    bool start();
+    bool startWindowManager();
+    bool startTray();
+
+    /// By which programs find it.
+    ChildProcess::Environment environment() const { return {{"DISPLAY", _display}, {"WAYLAND_DISPLAY", ""}}; }
+
+    /// All windows there are, as xwininfo prints them.
+    std::string windows() const;
+    /// Runs xdotool with these words. True when it succeeded.
+    bool act(const std::vector<std::string>& words) const;
+
+  private:
+    TemporaryFolder _folder;
+    std::string _display;
+    std::optional<ChildProcess> _server, _windowManager, _tray;
+};
+
+}  // namespace zelvane
