@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Audio/Devices/Jack/JackBackEnd.h"
-#include "Platform/Audio/Devices/Null/NullBackEnd.h"
 #include "Tests/Audio/SoundServersTest.h"
 #include "Tests/Fakes/JackServer.h"
 #include "Tests/Fakes/RealtimeGuard.h"
@@ -110,24 +109,7 @@ TEST_F(Jack, isQuietWithoutAServer) {
     EXPECT_FALSE(error.description.empty());
 }
 
-std::vector<std::unique_ptr<AudioDeviceBackEnd>> jackAndNull() {
-    std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
-    backEnds.push_back(std::make_unique<JackBackEnd>());
-    backEnds.push_back(std::make_unique<NullBackEnd>());
-    return backEnds;
-}
-
-class JackController : public Jack {
-  protected:
-    /// Until a cycle came from that device after now.
-    bool isHeardOn(const std::string& device) {
-        return waitFor([&] { return controller.status().current.device == device; }) &&
-               waitFor([&, seen = renderer.count()] { return renderer.count() > seen; });
-    }
-
-    LogLines log;
-    OutputDeviceController controller{jackAndNull(), renderer, [] {}};
-};
+using JackController = WithController<Jack, JackBackEnd>;
 
 TEST_F(JackController, survivesTheDeathOfTheServerTwentyTimes) {
     controller.select({"JACK", "JACK: system"});

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Platform/Audio/Devices/Null/NullBackEnd.h"
 #include "Platform/Audio/Devices/Pulse/PulseBackEnd.h"
 #include "Tests/Audio/SoundServersTest.h"
 #include "Tests/Fakes/PulseServer.h"
@@ -59,23 +58,7 @@ TEST_F(Pulse, datesItsCyclesSmoothly) {
     EXPECT_EQ(renderer.count(), stoppedAt);
 }
 
-std::vector<std::unique_ptr<AudioDeviceBackEnd>> pulseAndNull() {
-    std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
-    backEnds.push_back(std::make_unique<PulseBackEnd>());
-    backEnds.push_back(std::make_unique<NullBackEnd>());
-    return backEnds;
-}
-
-class PulseController : public Pulse {
-  protected:
-    bool isHeardOn(const std::string& device) {
-        return waitFor([&] { return controller.status().current.device == device; }) &&
-               waitFor([&, seen = renderer.count()] { return renderer.count() > seen; });
-    }
-
-    LogLines log;
-    OutputDeviceController controller{pulseAndNull(), renderer, [] {}};
-};
+using PulseController = WithController<Pulse, PulseBackEnd>;
 
 TEST_F(PulseController, leavesASinkThatIsRemovedAndReturnsToIt) {
     ASSERT_TRUE(server.start());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Platform/Audio/Devices/Null/NullBackEnd.h"
 #include "Platform/Audio/Devices/OutputDeviceController.h"
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/LogLines.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,27 @@ inline std::vector<std::string> deviceNames(AudioDeviceBackEnd& backEnd) {
     for (const AudioDeviceInfo& info : backEnd.devices()) names.push_back(info.name);
     return names;
 }
+
+/// What plays on a server of a fixture's, or falls back on the null device, into the fixture's renderer.
+template <typename Fixture, typename BackEnd>
+class WithController : public Fixture {
+  protected:
+    /// Until a cycle came from that device after now.
+    bool isHeardOn(const std::string& device) {
+        return waitFor([&] { return controller.status().current.device == device; }) &&
+               waitFor([&, seen = this->renderer.count()] { return this->renderer.count() > seen; });
+    }
+
+    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds() {
+        std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
+        backEnds.push_back(std::make_unique<BackEnd>());
+        backEnds.push_back(std::make_unique<NullBackEnd>());
+        return backEnds;
+    }
+
+    LogLines log;
+    OutputDeviceController controller{backEnds(), this->renderer, [] {}};
+};
 
 /// The longest run of cycles in which the server lost nothing.
 inline std::vector<RecordingRenderer::Cycle> longestStretch(const std::vector<RecordingRenderer::Cycle>& all) {
