@@ -62,7 +62,7 @@ TEST_F(Jack, playsInTheServersCycles) {
     for (const auto& cycle : cycles)
         ASSERT_TRUE(cycle.frames == 128 && cycle.periodFrames == 128 && cycle.channels == 2);
     cycles.erase(cycles.begin(), cycles.begin() + 100);
-    expectSteadyCycles(cycles, 44100, 500, "JACK (dummy, 128 frames)");
+    EXPECT_TRUE(areSteady(cycles, 44100, 500, "JACK (dummy, 128 frames)"));
 }
 
 TEST_F(Jack, leavesWhatTheUserHasRewired) {

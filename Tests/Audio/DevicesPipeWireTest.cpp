@@ -42,7 +42,7 @@ TEST_F(PipeWire, playsOnEachOfItsSinksOverItsOwnJackLibrary) {
     ASSERT_TRUE(waitFor([&] { return renderer.count() > before + 150; }));
     auto cycles = renderer.cycles();
     cycles.erase(cycles.begin(), cycles.begin() + std::ptrdiff_t(before) + 20);
-    expectSteadyCycles(cycles, 48000, 500, "PipeWire over JACK");
+    EXPECT_TRUE(areSteady(cycles, 48000, 500, "PipeWire over JACK"));
 
     controller.select({});
     ASSERT_TRUE(server.makeDefault("first"));
