@@ -75,10 +75,11 @@ TEST(MessageAssembler, makesWholeMessages) {
 }
 
 TEST(MessageAssembler, cutsWhatIsTooLong) {
-    Bytes dump(100000, 1);
-    dump.front() = 0xF0;
-    dump.back() = 0xF7;
-    const auto messages = assembled({dump, {0xB0, 1, 2}});
+    std::vector<Bytes> pieces(300, Bytes(256, 1));
+    pieces.front().front() = 0xF0;
+    pieces.push_back({0xF7});
+    pieces.push_back({0xB0, 1, 2});
+    const auto messages = assembled(pieces);
     ASSERT_EQ(messages.size(), 2U);
     EXPECT_EQ(messages[0].size(), MessageAssembler::kLongest);
     EXPECT_EQ(messages[0].back(), 0xF7);

@@ -10,20 +10,24 @@
 #include "Tests/Fakes/TinySoundFont.h"
 
 #include <arpa/inet.h>
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <filesystem>
+#include <functional>
+#include <optional>
 #include <thread>
 #include <vector>
 
 namespace zelvane {
 namespace {
 
-using testing::SizeIs;
+using namespace std::chrono_literals;
 
 struct SilentShell : ConsoleShell {
     void presentAlert(const Error& error, bool) override { ADD_FAILURE() << error.description; }
@@ -71,10 +75,17 @@ class LivePlayer {
         for (std::int32_t unit = 1; unit <= 10; ++unit) MusicDeviceMIDIEvent(engineUnit(unit), status, data, 0, 0);
     }
 
+    /// So long that the device left something out, or that a note may have been late.
+    bool wasHeldUp() const { return _platform.controller.status().xruns > 0 || _longestDelay > 2ms; }
+
     /// Waits until so much more was recorded.
     std::span<const float> recordSeconds(double seconds) {
         const std::size_t end = _count + static_cast<std::size_t>(seconds * 48000);
-        while (_count < end) _mainRunLoop.runOnce(Clock::monotonic().now() + std::chrono::milliseconds(5));
+        while (_count < end) {
+            const TimePoint due = Clock::monotonic().now() + 5ms;
+            _mainRunLoop.runOnce(due);
+            _longestDelay = std::max(_longestDelay, Clock::monotonic().now() - due);
+        }
         return std::span(_recorded).first(_count);
     }
 
@@ -115,6 +126,7 @@ class LivePlayer {
     MemoryMIDI _midi{_mainRunLoop};
     std::vector<float> _recorded;
     std::atomic<std::size_t> _count{0};  // written by the audio thread, read by the test
+    Duration _longestDelay{};
     AppDelegate _application;
 };
 
@@ -135,22 +147,39 @@ class BusyCore {
 
 const std::vector<double> kDeltas{20, 31.7, 55.5, 12.25, 80, 41.21, 99.9, 63.07, 17.3, 120.6, 44.4, 8.9, 71.3, 29};
 
-void expectOnsets(std::span<const float> recorded, double tolerance) {
+/// By how many frames an onset is off at most; none when there are more or fewer.
+std::optional<double> worstError(std::span<const float> recorded) {
     const auto starts = onsets(recorded, 200);
-    ASSERT_THAT(starts, SizeIs(kDeltas.size()));
+    if (starts.size() != kDeltas.size()) return {};
     double planned = 0;
+    double worst = 0;
     for (std::size_t n = 1; n < kDeltas.size(); ++n) {
         planned += kDeltas[n] * 48;
-        EXPECT_NEAR(static_cast<double>(starts[n] - starts[0]), planned, tolerance) << "note " << n;
+        worst = std::max(worst, std::abs(static_cast<double>(starts[n] - starts[0]) - planned));
     }
+    return worst;
+}
+
+/// As planned, at the latest when neither the device nor the player was held up.
+void expectOnsets(const std::function<std::unique_ptr<AudioComponentProvider>()>& provider, std::uint32_t period,
+                  double tolerance) {
+    std::optional<double> error;
+    bool wasHeldUp = true;
+    for (int tries = 0; tries < 20 && wasHeldUp; ++tries) {
+        LivePlayer player(provider(), period);
+        player.send(0xC0, 1);
+        player.sendStream(kDeltas);
+        error = worstError(player.recordSeconds(1.2));
+        if (error && *error <= tolerance) return;
+        wasHeldUp = player.wasHeldUp();
+    }
+    ADD_FAILURE() << "off by " << error.value_or(-1) << " frames";
 }
 
 TEST(LiveStream, OnsetsAreExactOnAnInstrumentThatHonoursOffsets) {
     const BusyCore busy;
     for (const std::uint32_t period : {64U, 2048U}) {
-        LivePlayer player(std::make_unique<RecordingProvider>(), period);
-        player.sendStream(kDeltas);
-        expectOnsets(player.recordSeconds(1.2), 1);
+        expectOnsets([] { return std::make_unique<RecordingProvider>(); }, period, 1);
     }
 }
 
@@ -159,12 +188,8 @@ TEST(LiveStream, OnsetsOfASoundFontAreWithinHalfAStepOfItsGrid) {
     TemporaryFolder folder;
     std::filesystem::create_directories(folder.path / "soundfonts");
     writeTinySoundFont(folder.path / "soundfonts" / "default-GM.sf2");
-    for (const std::uint32_t period : {64U, 512U, 2048U}) {
-        LivePlayer player(std::make_unique<SoundFontProvider>(std::vector{folder.path}), period);
-        player.send(0xC0, 1);
-        player.sendStream(kDeltas);
-        expectOnsets(player.recordSeconds(1.2), 32);
-    }
+    const auto provider = [&] { return std::make_unique<SoundFontProvider>(std::vector{folder.path}); };
+    for (const std::uint32_t period : {64U, 512U, 2048U}) expectOnsets(provider, period, 32);
 }
 
 }  // namespace

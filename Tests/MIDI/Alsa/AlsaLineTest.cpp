@@ -10,7 +10,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr AlsaAddress kKeyboard{20, 0};
@@ -116,17 +115,6 @@ TEST_F(AlsaLineTest, PutsSystemExclusivePiecesOfEachSenderTogether) {
     takePiece(kSequencer, {10, 0xF7});
     EXPECT_THAT(delivered(), ElementsAre(Bytes{0x90, 60, 100}, Bytes{0xF0, 1, 2, 3, 4, 0xF7}, Bytes{0xF0, 5, 0xF7},
                                          Bytes{0xF0, 9, 10, 0xF7}));
-}
-
-TEST_F(AlsaLineTest, CutsAnEndlessSystemExclusiveMessageButKeepsItsEnd) {
-    takePiece(kKeyboard, {0xF0});
-    for (int piece = 0; piece < 300; ++piece) takePiece(kKeyboard, Bytes(256, 0x11));
-    EXPECT_THAT(delivered(), IsEmpty());
-    takePiece(kKeyboard, {0xF7});
-    const auto messages = delivered();
-    ASSERT_THAT(messages, SizeIs(1));
-    EXPECT_THAT(messages[0], SizeIs(64 * 1024));
-    EXPECT_EQ(messages[0].back(), 0xF7);
 }
 
 TEST_F(AlsaLineTest, EndsTheNotesOfTheSenderThatGoesAndOfNoOther) {
