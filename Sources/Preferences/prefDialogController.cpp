@@ -4,9 +4,9 @@
 #include "Platform/Foundation/LocalizedString.h"
 
 #include "ui_Preferences.h"
-#include <QtGui/QShortcut>
-#include <QtWidgets/QPushButton>
 
+#include <QPushButton>
+#include <QShortcut>
 #include <utility>
 
 namespace zelvane {
