@@ -26,6 +26,7 @@ prefDialogController::prefDialogController(UserDefaults& defaults, Application& 
     _keymap = _ui->keymap;
     _tuning = _ui->tuning;
     _scanning = _ui->scanning;
+    _ui->outputDevicePopup->setFocus();
     connectButtons();
     bindChoices();
 }

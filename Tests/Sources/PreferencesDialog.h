@@ -4,6 +4,7 @@
 #include "Sources/AppDelegate.h"
 #include "Sources/Preferences/prefDialogController.h"
 #include "Tests/Fakes/DesktopApplication.h"
+#include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/MemoryMIDI.h"
 #include "Tests/Fakes/PlayerRig.h"
 #include "Tests/Fakes/ScopedEnvironment.h"
@@ -28,7 +29,14 @@ namespace zelvane {
 /// The real dialog on a whole player with recording instruments, in folders of its own, used by keys and clicks.
 class PreferencesDialog : public testing::Test {
   protected:
-    static constexpr const char* kTritave = "tritave\n 1\n 19.02\n";
+    /// The text of a scale of twelve equal steps, in semitones.
+    static std::string scaleOf(double step) {
+        std::string text = "steps\n 12\n";
+        for (int degree = 1; degree <= 12; ++degree) text += " " + std::to_string(degree * step) + "\n";
+        return text;
+    }
+    const std::string kWide = scaleOf(1.1);
+    const std::string kNarrow = scaleOf(0.9);
 
     PreferencesDialog() {
         QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
@@ -37,11 +45,17 @@ class PreferencesDialog : public testing::Test {
         std::filesystem::permissions(folder.write("zelvane", "#!/bin/sh\n"), std::filesystem::perms::owner_all);
     }
 
-    void plugInMIDI() { midi = std::make_unique<MemoryMIDI>(rig.loop); }
+    /// Lets time pass until changes of the MIDI set-up are taken in.
+    void settle() {
+        const TimePoint end = rig.clock.now() + std::chrono::milliseconds(100);
+        while (rig.loop.runOnce(end)) {
+        }
+    }
 
     /// Makes the player, where there is none yet, and a dialog that is set up.
     prefDialogController& open() {
         if (player == nullptr) player = std::make_unique<Zelvane>(rig.loop, rig.platform, rig.application, defaults);
+        rig.application.errors.clear();  // there may be no MIDI
         dialog = std::make_unique<prefDialogController>(defaults, rig.application, loginItem, help);
         dialog->setZelvane(*player);
         dialog->setup();
@@ -110,6 +124,7 @@ class PreferencesDialog : public testing::Test {
     }
     float pitchOfKey(std::size_t key) const { return player->midiTuning()->micromidiMap().at(key); }
 
+    LogLines log;
     TemporaryFolder folder;
     const ScopedEnvironment environment{{{"XDG_CONFIG_HOME", folder.path / "config"},
                                          {"XDG_CONFIG_DIRS", folder.path / "xdg"},

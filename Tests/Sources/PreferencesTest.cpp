@@ -178,16 +178,14 @@ TEST_F(PreferencesDialog, LeavesTheLoginCheckBoxAloneInOtherStates) {
 }
 
 TEST_F(PreferencesDialog, OffersMIDIInputsWithOfflineOnesInItalics) {
-    plugInMIDI();
+    midi = std::make_unique<MemoryMIDI>(rig.loop);
     midi->plugIn("Keys", "Port");
     const auto organ = midi->plugIn("Organ", "Port");
-    rig.renderUntil(std::chrono::milliseconds(500));
-    midi->manager();
+    settle();
     defaults.set("midi", {"Keys Port"});
     open();
-    dialog.reset();
     midi->backEnd->unplug(organ);
-    rig.renderUntil(std::chrono::seconds(1));
+    settle();
     open();
     auto& popup = widget<QComboBox>("midiInputPopup");
     ASSERT_THAT(titles(popup), ElementsAre("Keys Port", "Organ Port (offline)", "Zelvane"));
@@ -249,6 +247,7 @@ TEST_F(PreferencesDialog, CanBeUsedByTheKeyboardAlone) {
     open();
     run([&] {
         std::set<std::string> reached;
+        ASSERT_NE(dialog->window().focusWidget(), nullptr);
         for (int i = 0; i < 40; ++i) {
             QTest::keyClick(dialog->window().focusWidget(), Qt::Key_Tab);
             reached.insert(dialog->window().focusWidget()->objectName().toStdString());
