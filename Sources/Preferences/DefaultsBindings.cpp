@@ -4,11 +4,10 @@
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Text.h"
 
-#include <QtCore/QVariant>
-#include <QtWidgets/QCheckBox>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QLineEdit>
-
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QVariant>
 #include <algorithm>
 #include <optional>
 #include <utility>

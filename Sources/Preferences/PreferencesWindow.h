@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QtWidgets/QDialog>
-
+#include <QDialog>
 #include <vector>
 
 namespace zelvane {

@@ -3,8 +3,7 @@
 
 #include "Platform/Foundation/LocalizedString.h"
 
-#include <QtCore/QLocale>
-
+#include <QLocale>
 #include <algorithm>
 #include <cmath>
 #include <numbers>

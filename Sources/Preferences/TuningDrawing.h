@@ -3,10 +3,9 @@
 
 #include "Sources/Preferences/TuningPicture.h"
 
-#include <QtCore/QRectF>
-#include <QtGui/QColor>
-#include <QtGui/QPainter>
-
+#include <QColor>
+#include <QPainter>
+#include <QRectF>
 #include <vector>
 
 namespace zelvane {

@@ -5,9 +5,8 @@
 #include "Platform/Foundation/Text.h"
 #include "Sources/Preferences/TuningDrawing.h"
 
-#include <QtCore/QLocale>
-#include <QtGui/QPainter>
-
+#include <QLocale>
+#include <QPainter>
 #include <string>
 #include <utility>
 

@@ -3,7 +3,7 @@
 
 #include "Sources/Preferences/TuningPicture.h"
 
-#include <QtWidgets/QWidget>
+#include <QWidget>
 
 namespace zelvane {
 

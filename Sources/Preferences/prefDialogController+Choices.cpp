@@ -3,13 +3,13 @@
 #include "Platform/Foundation/Collation.h"
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Text.h"
-#include "Sources/Preferences/MenuItem+Font.h"
+#include "Sources/Preferences/PopUpMenuItem+Font.h"
 #include "Sources/Preferences/prefDialogController.h"
 
 #include "ui_Preferences.h"
-#include <QtCore/QPointer>
-#include <QtCore/QSignalBlocker>
 
+#include <QPointer>
+#include <QSignalBlocker>
 #include <algorithm>
 #include <utility>
 
@@ -88,7 +88,7 @@ void prefDialogController::setMenuitemItalicForOfflineEndpoints(QComboBox& popup
     for (const auto& source : sources) {
         const int place =
             popup.findText(QString::fromStdString(source->displayName()), Qt::MatchExactly | Qt::MatchCaseSensitive);
-        if (place >= 0) MenuItem(popup, place).setItalicStyle(source->isOffline());
+        if (place >= 0) PopUpMenuItem(popup, place).setItalicStyle(source->isOffline());
     }
 }
 

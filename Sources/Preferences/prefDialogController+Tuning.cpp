@@ -6,9 +6,9 @@
 #include "Sources/Preferences/prefDialogController.h"
 
 #include "ui_Preferences.h"
-#include <QtCore/QStandardPaths>
-#include <QtWidgets/QFileDialog>
 
+#include <QFileDialog>
+#include <QStandardPaths>
 #include <algorithm>
 
 namespace zelvane {

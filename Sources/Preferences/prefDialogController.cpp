@@ -4,9 +4,9 @@
 #include "Platform/Foundation/LocalizedString.h"
 
 #include "ui_Preferences.h"
-#include <QtGui/QShortcut>
-#include <QtWidgets/QPushButton>
 
+#include <QPushButton>
+#include <QShortcut>
 #include <utility>
 
 namespace zelvane {
@@ -26,6 +26,7 @@ prefDialogController::prefDialogController(UserDefaults& defaults, Application& 
     _keymap = _ui->keymap;
     _tuning = _ui->tuning;
     _scanning = _ui->scanning;
+    _ui->outputDevicePopup->setFocus();
     connectButtons();
     bindChoices();
 }

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "PYMIDI/PYMIDIEndpoint.h"
-#include "Platform/Desktop/Qt/HelpBook.h"
 #include "Platform/Desktop/LoginItem.h"
+#include "Platform/Desktop/Qt/HelpBook.h"
 #include "Platform/Foundation/UserDefaults.h"
 #include "Sources/Application.h"
 #include "Sources/Preferences/DefaultsBindings.h"

@@ -166,7 +166,9 @@ class RecordingProvider final : public AudioComponentProvider {
         for (std::size_t i = 0; i < _names.size(); ++i) {
             if (gone.contains(static_cast<int>(i + 1))) continue;
             const auto subType = static_cast<std::uint32_t>(i + 1);
-            all.push_back({_names[i], {kAudioUnitType_MusicDevice, subType, 1, kAudioComponentFlag_SandboxSafe, 0}});
+            all.push_back({_names[i],
+                           {kAudioUnitType_MusicDevice, subType, 1, kAudioComponentFlag_SandboxSafe, 0},
+                           coarse.contains(static_cast<int>(i + 1)) ? Microtones::no : Microtones::yes});
         }
         return all;
     }
@@ -185,6 +187,7 @@ class RecordingProvider final : public AudioComponentProvider {
 
     std::vector<RecordingInstrument*> made;  ///< read it only while the loader is idle
     std::set<int> failing;                   ///< places in the list of names, from 1
+    std::set<int> coarse;                    ///< likewise; they do not follow pitch bend
     std::set<int> gone;                      ///< likewise; change it only while the loader is idle
     std::optional<PropertyList::Dictionary> configuration;
 

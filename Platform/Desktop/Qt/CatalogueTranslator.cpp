@@ -3,10 +3,9 @@
 
 #include "Platform/Foundation/LocalizedString.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QLibraryInfo>
-#include <QtCore/QLocale>
-
+#include <QCoreApplication>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <memory>
 #include <string>
 

@@ -5,11 +5,10 @@
 #include "Platform/Foundation/Log.h"
 #include "Platform/Foundation/Resources.h"
 
-#include <QtCore/QProcess>
-#include <QtCore/QStandardPaths>
-#include <QtCore/QUrl>
-#include <QtWidgets/QWidget>
-
+#include <QProcess>
+#include <QStandardPaths>
+#include <QUrl>
+#include <QWidget>
 #include <memory>
 
 namespace zelvane {

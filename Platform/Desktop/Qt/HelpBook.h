@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QtCore/QObject>
-#include <QtCore/QPointer>
-#include <QtCore/QString>
+#include <QObject>
+#include <QPointer>
+#include <QString>
 
 class QWidget;
 

@@ -3,12 +3,12 @@
 
 #include "Platform/Foundation/LocalizedString.h"
 
-#include <QtCore/QEvent>
-#include <QtCore/QUrl>
-#include <QtWidgets/QDialogButtonBox>
-#include <QtWidgets/QPushButton>
-#include <QtWidgets/QTextBrowser>
-#include <QtWidgets/QVBoxLayout>
+#include <QDialogButtonBox>
+#include <QEvent>
+#include <QPushButton>
+#include <QTextBrowser>
+#include <QUrl>
+#include <QVBoxLayout>
 
 namespace zelvane {
 

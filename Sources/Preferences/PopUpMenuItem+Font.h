@@ -6,9 +6,9 @@ class QComboBox;
 namespace zelvane {
 
 /// An item of a pop-up button. Main thread.
-class MenuItem {
+class PopUpMenuItem {
   public:
-    MenuItem(QComboBox& popup, int index) : _popup(popup), _index(index) {}
+    PopUpMenuItem(QComboBox& popup, int index) : _popup(popup), _index(index) {}
 
     /// Shows the item's title in the menu's font, in italics or upright.
     void setItalicStyle(bool isItalic);

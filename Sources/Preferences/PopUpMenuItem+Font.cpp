@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Sources/Preferences/MenuItem+Font.h"
+#include "Sources/Preferences/PopUpMenuItem+Font.h"
 
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QComboBox>
+#include <QApplication>
+#include <QComboBox>
 
 namespace zelvane {
 
 // In the size that the user's menus have.
-void MenuItem::setItalicStyle(bool isItalic) {
+void PopUpMenuItem::setItalicStyle(bool isItalic) {
     QFont font = QApplication::font("QMenu");
     font.setItalic(isItalic);
     _popup.setItemData(_index, font, Qt::FontRole);
