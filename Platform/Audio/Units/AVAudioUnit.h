@@ -38,8 +38,8 @@ class ViewControllerProvider {
 };
 
 /// An instrument's instance as a node of the graph. Shared by the slot that holds it, the graph, and what is under way
-/// to either.
-class AVAudioUnit {
+/// to either; an editor keeps it as long as it lasts.
+class AVAudioUnit : public std::enable_shared_from_this<AVAudioUnit> {
   public:
     /// Without a provider of view controllers it has no editor.
     AVAudioUnit(AVAudioUnitComponent component, std::unique_ptr<Instrument> instrument,

@@ -2,11 +2,15 @@
 #pragma once
 
 #include "Platform/Audio/AudioTypes.h"
+#include "Platform/Audio/Units/NativeEditor.h"
 #include "Platform/Audio/Units/UnitParameter.h"
 #include "Platform/Audio/Units/UnitProperty.h"
+#include "Platform/Foundation/Error.h"
 #include "Platform/Foundation/PropertyList.h"
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -50,6 +54,17 @@ class Instrument {
 
     /// The component's configuration dictionary, with "HasCustomView", or none. Any thread.
     virtual std::optional<PropertyList::Dictionary> configurationInfo() const { return std::nullopt; }
+
+    /// Takes what is to be called, on any control thread, when the instrument changes one of its properties by itself;
+    /// null ends that, and when this returns no call is under way. Control threads.
+    virtual void setPropertyHandler(std::function<void(AudioUnitPropertyID)> /*handler*/) {}
+
+    /// Whether it brings an editor of its own for a window of an X server, and that editor; null, with the reason, when
+    /// it won't open. One at a time. Main thread.
+    virtual bool hasNativeEditor() { return false; }
+    virtual std::unique_ptr<NativeEditor> openNativeEditor(NativeEditor::Host /*host*/, Error& /*error*/) {
+        return nullptr;
+    }
 
     /// A parameter's value where the instrument itself may change it, as restored settings do; none where only
     /// `setParameter` does. Any thread.

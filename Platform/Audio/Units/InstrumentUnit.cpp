@@ -24,9 +24,12 @@ InstrumentUnit::InstrumentUnit(std::unique_ptr<Instrument> instrument) : _instru
     const auto own = _instrument->properties();
     addProperties({own.begin(), own.end()});
     addProperties(commonProperties());
+    _instrument->setPropertyHandler([this](AudioUnitPropertyID id) { propertyChanged(id); });
 }
 
-InstrumentUnit::~InstrumentUnit() = default;
+InstrumentUnit::~InstrumentUnit() {
+    _instrument->setPropertyHandler(nullptr);
+}
 
 OSStatus InstrumentUnit::prepare(double sampleRate, std::uint32_t maxFrames) {
     const OSStatus status = _instrument->prepare(sampleRate, maxFrames);

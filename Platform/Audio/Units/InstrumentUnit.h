@@ -37,6 +37,7 @@ class InstrumentUnit : public AudioUnit {
     void silence();
 
     const Instrument& instrument() const { return *_instrument; }
+    Instrument& instrument() { return *_instrument; }
 
     /// Renders into the block's buffers; false when nothing sounds and they were left alone. Audio thread.
     bool render(const UnitBlock& block) noexcept;

@@ -23,6 +23,7 @@ struct UnitParameter {
     bool isToggled = false;
     bool isLogarithmic = false;
     std::vector<std::pair<float, std::string>> valueNames = {};  ///< named values, for a choice
+    std::string group = {};                                      ///< what it is shown under; may be empty
 };
 
 }  // namespace zelvane

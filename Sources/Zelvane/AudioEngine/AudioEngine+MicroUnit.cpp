@@ -164,6 +164,8 @@ void AudioEngine::cleanAllMicroUnits(bool flag) {
     stopRunning();
     removeAllAUParameterListeners(flag);
     removeAllAUPropertyListeners(flag);
+    // Before the first unit goes: an edit that is just being copied to the others holds on to them meanwhile.
+    endPropertySources();
     const std::lock_guard lock(_installing);
     ++_setUpNumber;
     for (const auto& unit : _microUnits) emptyMicroUnit(*unit);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Platform/Foundation/LoadingMark.h"
 #include "Platform/Foundation/RunLoop.h"
-#include "Sources/Zelvane/AudioEngine/LoadingMark.h"
 
 #include <atomic>
 #include <cstdint>

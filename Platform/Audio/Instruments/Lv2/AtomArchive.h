@@ -15,6 +15,7 @@ namespace zelvane {
 struct AtomValue {
     std::uint32_t type = 0;
     std::vector<std::byte> bytes;
+    bool operator==(const AtomValue&) const = default;
 };
 
 /// The value as a dictionary with "type" and "value". Numbers that stand for URIs, which mean nothing to another

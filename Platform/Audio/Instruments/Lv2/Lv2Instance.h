@@ -28,6 +28,8 @@ class Lv2Instance {
     Lv2Instance& operator=(const Lv2Instance&) = delete;
 
     double sampleRate() const { return _sampleRate; }
+    /// For the plug-in's own editor.
+    LilvInstance* lilvInstance() const { return _instance; }
     Lv2Ports& ports() noexcept { return _ports; }
     Lv2Log& log() { return _log; }
     const Lv2Worker& worker() const noexcept { return _worker; }

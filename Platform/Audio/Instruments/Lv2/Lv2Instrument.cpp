@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Audio/Instruments/Lv2/Lv2Instrument.h"
 
+#include "Platform/Audio/Instruments/Lv2/Editor/Lv2Editor.h"
+#include "Platform/Audio/Instruments/Lv2/Editor/Lv2EditorFeed.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2Instance.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2InstrumentFactory.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2Properties.h"
@@ -67,11 +69,12 @@ Lv2Instrument::Lv2Instrument(std::shared_ptr<Lv2Source> source, std::optional<do
     : _source(std::move(source)),
       _values(defaultValues(_source->plugin())),
       _patches(_source->plugin()),
+      _editorFeed(std::make_unique<Lv2EditorFeed>(_source->plugin())),
       _gate(std::make_unique<RunGate>()),
       _health(std::make_unique<Lv2Health>()),
       _renderer(std::make_unique<Lv2Renderer>(_source->plugin(), bendCents,
                                               std::span(_values.get(), _source->plugin().parameters.size()), _patches,
-                                              *_health)),
+                                              *_editorFeed, *_health)),
       _properties(lv2Properties(*this)) {}
 
 Lv2Instrument::~Lv2Instrument() {
@@ -108,6 +111,7 @@ OSStatus Lv2Instrument::rebuild(double sampleRate) {
     if (!state.empty()) instance->restore(state);
     _renderer->replace(std::move(instance));
     _sampleRate = sampleRate;
+    ++_rebuilds;
     _patches.ask();
     return kNoError;
 }
@@ -264,8 +268,34 @@ Lv2Instrument::Faults Lv2Instrument::faults() const {
             .lostNews = instance.log().lost() + _patches.lost()};
 }
 
+void Lv2Instrument::setPropertyHandler(std::function<void(AudioUnitPropertyID)> handler) {
+    const std::lock_guard lock(_handlerMutex);
+    _propertyHandler = std::move(handler);
+}
+
+bool Lv2Instrument::hasNativeEditor() {
+    return _source->editorFiles().has_value();
+}
+
+std::unique_ptr<NativeEditor> Lv2Instrument::openNativeEditor(NativeEditor::Host host, Error& error) {
+    std::unique_lock lock(_mutex);
+    const auto instance = _renderer->sharedInstance();
+    const auto isPresent = [this, rebuilds = _rebuilds.load()] { return _rebuilds == rebuilds; };
+    lock.unlock();
+    return Lv2Editor::open(*_source, {instance, *_editorFeed, _patches, isPresent}, std::move(host), error);
+}
+
+void Lv2Instrument::tellChanges() {
+    const auto ranks = _patches.takeChanged();
+    if (ranks.empty()) return;
+    // Held meanwhile, so that who takes the handler away need not fear a late call.
+    const std::lock_guard lock(_handlerMutex);
+    if (_propertyHandler == nullptr) return;
+    for (const std::size_t rank : ranks) _propertyHandler(kFirstLv2Property + static_cast<AudioUnitPropertyID>(rank));
+}
+
 void Lv2Instrument::tellNews() {
-    _patches.update();
+    tellChanges();
     tellOnce(_health->mutedBlocks, _source->told().muting, "puts out what is no sound and is muted where it does");
     tellOnce(_health->slowRuns, _source->told().slowness, "takes longer to render than its sound lasts");
     const std::unique_lock lock(_mutex, std::try_to_lock);  // else the next time

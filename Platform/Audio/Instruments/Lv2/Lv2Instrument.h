@@ -39,6 +39,9 @@ class Lv2Instrument : public Instrument, private Lv2Watched {
     static std::unique_ptr<Lv2Instrument> make(const Lv2Entry& entry, Error& error);
     ~Lv2Instrument() override;
 
+    void setPropertyHandler(std::function<void(AudioUnitPropertyID)> handler) override;
+    bool hasNativeEditor() override;
+    std::unique_ptr<NativeEditor> openNativeEditor(NativeEditor::Host host, Error& error) override;
     OSStatus prepare(double sampleRate, std::uint32_t maxFrames) override;
     void silence() noexcept override { _mustSilence.store(true, std::memory_order_release); }
     std::span<const UnitParameter> parameters() const override;
@@ -67,6 +70,7 @@ class Lv2Instrument : public Instrument, private Lv2Watched {
   private:
     Lv2Instrument(std::shared_ptr<Lv2Source> source, std::optional<double> bendCents);
     void tellNews() override;
+    void tellChanges();
     void tellOnce(const std::atomic<std::uint64_t>& counter, std::atomic<bool>& isTold, const char* what);
     std::unique_ptr<Lv2Instance> makeInstance(double sampleRate, Error& error);
     OSStatus rebuild(double sampleRate);
@@ -80,6 +84,7 @@ class Lv2Instrument : public Instrument, private Lv2Watched {
     const std::shared_ptr<Lv2Source> _source;
     const std::unique_ptr<std::atomic<float>[]> _values;  // of the parameters; written and read by all
     Lv2PatchProperties _patches;
+    const std::unique_ptr<class Lv2EditorFeed> _editorFeed;
     const std::unique_ptr<RunGate> _gate;
     const std::unique_ptr<struct Lv2Health> _health;
     const std::unique_ptr<Lv2Renderer> _renderer;
@@ -87,6 +92,9 @@ class Lv2Instrument : public Instrument, private Lv2Watched {
     std::atomic<bool> _mustSendBends{false};  // set by control threads, cleared by the audio thread
     std::atomic<float> _latencyFrames{0};     // written by the audio thread, read by control threads
     std::atomic<double> _sampleRate{0};       // written and read by control threads
+    std::atomic<std::uint64_t> _rebuilds{0};  // likewise
+    std::mutex _handlerMutex;                 // control threads against each other; guards what follows
+    std::function<void(AudioUnitPropertyID)> _propertyHandler;
 
     mutable std::mutex _mutex;   // control threads against each other; guards what follows, and the instance
     std::string _presentPreset;  // its URI; empty for none

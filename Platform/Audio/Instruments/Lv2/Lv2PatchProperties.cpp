@@ -103,7 +103,7 @@ std::string text(const AtomValue& atom) {
 }
 
 /// The property's value, from an atom of whatever type the plug-in sent.
-Value valueOf(const Lv2WritableProperty& property, const AtomValue* atom) {
+Value readValue(const Lv2WritableProperty& property, const AtomValue* atom) {
     const double standard = property.defaultValue;
     switch (property.type) {
         case Type::integer:
@@ -161,12 +161,19 @@ std::vector<std::uint32_t> uridsOf(const std::vector<Lv2WritableProperty>& prope
 }  // namespace
 
 Lv2PatchProperties::Lv2PatchProperties(const Lv2Plugin& plugin)
-    : _properties(plugin.writableProperties), _urids(uridsOf(_properties)), _known(_properties.size()) {}
+    : _properties(plugin.writableProperties),
+      _urids(uridsOf(_properties)),
+      _known(_properties.size()),
+      _changed(_properties.size()) {}
 
 Lv2PatchProperties::Value Lv2PatchProperties::value(std::size_t rank) {
     const std::lock_guard lock(_mutex);
     takeHeard();
-    return valueOf(_properties[rank], _known[rank] ? &_known[rank]->value : nullptr);
+    return readValue(_properties[rank], _known[rank] ? &_known[rank]->value : nullptr);
+}
+
+Lv2PatchProperties::Value Lv2PatchProperties::valueOf(std::size_t rank, const AtomValue& atom) const {
+    return readValue(_properties[rank], &atom);
 }
 
 OSStatus Lv2PatchProperties::setValue(std::size_t rank, const Value& value) {
@@ -175,9 +182,32 @@ OSStatus Lv2PatchProperties::setValue(std::size_t rank, const Value& value) {
     MessageForge forge;
     const std::lock_guard lock(_mutex);
     takeHeard();
-    if (!_toPlugin.push(forge.set(_urids[rank], *atom))) return kAudioUnitErr_Uninitialized;
-    _known[rank] = Known{std::move(*atom), ++_queued};
+    if (!push(Lv2Urids::get().atomObject, forge.set(_urids[rank], *atom))) return kAudioUnitErr_Uninitialized;
+    _known[rank] = Known{std::move(*atom), _queued};
     return kNoError;
+}
+
+bool Lv2PatchProperties::sendEvent(std::uint32_t type, std::span<const std::byte> body) {
+    const std::lock_guard lock(_mutex);
+    return push(type, body);
+}
+
+bool Lv2PatchProperties::push(std::uint32_t type, std::span<const std::byte> body) {
+    const Outgoing outgoing{type};
+    if (body.size() > kLongestMessage || !_toPlugin.push(std::as_bytes(std::span(&outgoing, 1)), body)) return false;
+    ++_queued;
+    return true;
+}
+
+std::vector<std::size_t> Lv2PatchProperties::takeChanged() {
+    std::vector<std::size_t> ranks;
+    const std::lock_guard lock(_mutex);
+    takeHeard();
+    for (std::size_t rank = 0; rank < _changed.size(); ++rank) {
+        if (_changed[rank]) ranks.push_back(rank);
+    }
+    _changed.assign(_changed.size(), false);
+    return ranks;
 }
 
 void Lv2PatchProperties::update() {
@@ -190,18 +220,25 @@ void Lv2PatchProperties::takeHeard() {
     while (const auto message = _fromPlugin.front()) {
         Heard heard;
         std::memcpy(&heard, message->data(), sizeof heard);
-        const auto body = message->subspan(sizeof heard);
-        std::optional<Known>& known = _known[heard.rank];
-        if (!known || static_cast<std::int32_t>(heard.sent - known->setBy) >= 0)
-            known = Known{{heard.type, {body.begin(), body.end()}}, known ? known->setBy : 0};
+        take(heard, message->subspan(sizeof heard));
         _fromPlugin.pop();
     }
 }
 
+void Lv2PatchProperties::take(const Heard& heard, std::span<const std::byte> body) {
+    std::optional<Known>& known = _known[heard.rank];
+    if (known && static_cast<std::int32_t>(heard.sent - known->setBy) < 0) return;
+    AtomValue value{heard.type, {body.begin(), body.end()}};
+    // The first that is heard of a property is what it has been all the time.
+    if (known && known->value != value) _changed[heard.rank] = true;
+    known = Known{std::move(value), known ? known->setBy : 0};
+}
+
 void Lv2PatchProperties::send(EventBuffer& input) noexcept {
-    const std::uint32_t objectType = Lv2Urids::get().atomObject;
     while (const auto message = _toPlugin.front()) {
-        if (!input.append(0, objectType, *message)) return;
+        Outgoing outgoing;
+        std::memcpy(&outgoing, message->data(), sizeof outgoing);
+        if (!input.append(0, outgoing.type, message->subspan(sizeof outgoing))) return;
         _toPlugin.pop();
         ++_sent;
     }

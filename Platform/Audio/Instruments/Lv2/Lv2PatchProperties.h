@@ -29,10 +29,19 @@ class Lv2PatchProperties {
     Lv2PatchProperties& operator=(const Lv2PatchProperties&) = delete;
 
     const std::vector<Lv2WritableProperty>& all() const { return _properties; }
+    std::optional<std::size_t> rankOf(std::uint32_t urid) const noexcept;
+    /// What an atom says of a property.
+    Value valueOf(std::size_t rank, const AtomValue& atom) const;
 
     /// By a property's rank. Control threads.
     Value value(std::size_t rank);
     OSStatus setValue(std::size_t rank, const Value& value);
+
+    /// Sends an event of that type for the next block; false when there is no room. Control threads.
+    bool sendEvent(std::uint32_t type, std::span<const std::byte> body);
+
+    /// The properties that the plug-in has changed by itself since this was last asked. Control threads.
+    std::vector<std::size_t> takeChanged();
 
     /// Has the plug-in asked for all values with the next block. Any thread.
     void ask() noexcept { _mustAsk.store(true, std::memory_order_release); }
@@ -54,17 +63,22 @@ class Lv2PatchProperties {
         AtomValue value;
         std::uint32_t setBy = 0;  // the number of the last message that set it
     };
+    struct Outgoing {
+        std::uint32_t type = 0;
+        std::uint32_t padding = 0;
+    };
     struct Heard {
         std::uint32_t rank = 0;
         std::uint32_t type = 0;
         std::uint32_t sent = 0;  // messages that the plug-in had got by then
     };
 
+    bool push(std::uint32_t type, std::span<const std::byte> body);
     void takeHeard();
+    void take(const Heard& heard, std::span<const std::byte> body);
     void askFor(EventBuffer& input) noexcept;
     void hear(std::uint32_t property, const LV2_Atom& value) noexcept;
     void hearObject(const LV2_Atom_Object_Body& object, std::uint32_t size) noexcept;
-    std::optional<std::size_t> rankOf(std::uint32_t urid) const noexcept;
 
     static constexpr std::size_t kQueueBytes = 65536;
 
@@ -78,6 +92,7 @@ class Lv2PatchProperties {
     std::mutex _mutex;                         // control threads against each other; guards what follows
     std::uint32_t _queued = 0;                 // messages queued
     std::vector<std::optional<Known>> _known;  // by rank
+    std::vector<bool> _changed;                // likewise
 };
 
 }  // namespace zelvane

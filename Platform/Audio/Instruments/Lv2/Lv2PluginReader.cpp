@@ -54,6 +54,7 @@ class PortReader {
     Kind kind() const;
     Role role() const;
     std::string unit() const;
+    std::string group() const;
     void readRange(UnitParameter& parameter) const;
     void readValueNames(UnitParameter& parameter) const;
 
@@ -103,6 +104,7 @@ UnitParameter PortReader::parameter() const {
     const LilvNodeOwner name(lilv_port_get_name(_plugin, _port));
     parameter.name = name == nullptr ? parameter.symbol : lilv_node_as_string(name.get());
     parameter.unit = unit();
+    parameter.group = group();
     parameter.isInteger = has(LV2_CORE__integer);
     parameter.isToggled = has(LV2_CORE__toggled);
     parameter.isLogarithmic = has(LV2_PORT_PROPS__logarithmic);
@@ -114,6 +116,13 @@ UnitParameter PortReader::parameter() const {
 std::string PortReader::unit() const {
     const LilvNodeOwner unit = value(LV2_UNITS__unit);
     return unit == nullptr ? std::string() : _library.text(unit.get(), LV2_UNITS__symbol);
+}
+
+std::string PortReader::group() const {
+    const LilvNodeOwner group = value(LV2_PORT_GROUPS__group);
+    if (group == nullptr) return {};
+    const std::string name = _library.text(group.get(), LV2_CORE__name);
+    return name.empty() ? _library.text(group.get(), kLabel) : name;
 }
 
 void PortReader::readRange(UnitParameter& parameter) const {

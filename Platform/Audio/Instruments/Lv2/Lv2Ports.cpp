@@ -58,6 +58,7 @@ void Lv2Ports::addPort(const Lv2Port& port) {
             buffers.push_back(std::make_unique<EventBuffer>(port.leastSize));
             _places[port.index] = buffers.back()->data();
             if (port.isInput && port.takesPatches && _patches == nullptr) _patches = buffers.back().get();
+            if (!port.isInput) _outgoing.push_back({port.index, buffers.back().get()});
             if (!port.isInput && port.takesPatches) _answers.push_back(buffers.back().get());
             break;
         }

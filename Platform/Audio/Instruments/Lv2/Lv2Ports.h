@@ -32,6 +32,13 @@ class Lv2Ports {
     /// The ports that the plug-in answers by.
     std::span<EventBuffer* const> answers() const noexcept { return _answers; }
 
+    /// What the plug-in writes events to.
+    struct Outgoing {
+        std::uint32_t port;
+        const EventBuffer* buffer;
+    };
+    std::span<const Outgoing> outgoing() const noexcept { return _outgoing; }
+
     /// Empties the buffers for events before a run.
     void beginRun() noexcept;
     /// The loudest sample of the run on any output; what is no number comes as infinity.
@@ -59,6 +66,7 @@ class Lv2Ports {
     std::vector<std::unique_ptr<EventBuffer>> _inputs;
     std::vector<std::unique_ptr<EventBuffer>> _outputEvents;
     std::vector<EventBuffer*> _answers;
+    std::vector<Outgoing> _outgoing;
     EventBuffer* _midi = nullptr;
     EventBuffer* _patches = nullptr;
     std::optional<std::uint32_t> _latencyPort;

@@ -90,7 +90,36 @@ void addOwnProperties(std::vector<UnitProperty>& properties, Lv2PatchProperties&
     }
 }
 
+template <typename Number>
+void withBytesOf(Number number, const std::function<void(std::span<const std::byte>)>& use) {
+    use(std::as_bytes(std::span(&number, 1)));
+}
+
 }  // namespace
+
+void withPropertyBytes(Type type, const Lv2PatchProperties::Value& value,
+                       const std::function<void(std::span<const std::byte>)>& use) {
+    switch (type) {
+        case Type::integer:
+        case Type::boolean:
+            return withBytesOf(static_cast<std::int32_t>(std::get<std::int64_t>(value)), use);
+        case Type::longInteger:
+            return withBytesOf(std::get<std::int64_t>(value), use);
+        case Type::real:
+            return withBytesOf(static_cast<float>(std::get<double>(value)), use);
+        case Type::doubleReal:
+            return withBytesOf(std::get<double>(value), use);
+        case Type::path:
+        case Type::text:
+        case Type::uri: {
+            const PropertyReference reference = retainProperty({std::get<std::string>(value)});
+            withBytesOf(reference, use);
+            return releaseProperty(reference);
+        }
+        case Type::other:
+            return;
+    }
+}
 
 std::vector<UnitProperty> lv2Properties(Lv2Instrument& instrument) {
     std::vector<UnitProperty> properties{classInfo(kAudioUnitProperty_ClassInfo, instrument),

@@ -32,7 +32,7 @@ bool append(EventBuffer& buffer, const TimedMIDI& event, std::uint32_t frame) no
 
 }  // namespace
 
-std::unique_ptr<Lv2Instance> Lv2Renderer::replace(std::unique_ptr<Lv2Instance> instance) noexcept {
+std::shared_ptr<Lv2Instance> Lv2Renderer::replace(std::shared_ptr<Lv2Instance> instance) noexcept {
     std::swap(_instance, instance);
     _opening = Opening::everything;
     _isMuted = false;
@@ -66,7 +66,7 @@ bool Lv2Renderer::mayStayAsleep(std::span<const TimedMIDI> events, std::uint32_t
     const bool hasEvents = !events.empty() && events.front().offset < frames;
     const bool isQuiet = static_cast<double>(_quietFrames) > kQuietSecondsToSleep * _instance->sampleRate();
     const bool hasMessages = _instance->ports().patches() != nullptr && _patches.hasMessages();
-    return isQuiet && !hasEvents && !hasMessages && !_instance->worker().hasAnswers();
+    return isQuiet && !hasEvents && !hasMessages && !_instance->worker().hasAnswers() && !_editorFeed.isOpen();
 }
 
 void Lv2Renderer::renderPart(Part& part, float* left, float* right) noexcept {
@@ -79,6 +79,7 @@ void Lv2Renderer::renderPart(Part& part, float* left, float* right) noexcept {
     sendEvents(part);
     runInTime(part.frames);
     for (const EventBuffer* answers : ports.answers()) _patches.listen(*answers);
+    if (_editorFeed.isOpen()) _editorFeed.listen(ports);
     deliver(part, left, right);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Platform/Audio/Instruments/Lv2/Editor/Lv2EditorFeed.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2Instance.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2PatchProperties.h"
 #include "Platform/Audio/Instruments/Lv2/MidiMemory.h"
@@ -27,12 +28,19 @@ class Lv2Renderer {
   public:
     /// The values are those of the plug-in's parameters, in their order; others change them at any time.
     Lv2Renderer(const Lv2Plugin& plugin, std::optional<double> bendCents, std::span<const std::atomic<float>> values,
-                Lv2PatchProperties& patches, Lv2Health& health)
-        : _plugin(plugin), _midi(bendCents), _values(values), _patches(patches), _health(health) {}
+                Lv2PatchProperties& patches, Lv2EditorFeed& editorFeed, Lv2Health& health)
+        : _plugin(plugin),
+          _midi(bendCents),
+          _values(values),
+          _patches(patches),
+          _editorFeed(editorFeed),
+          _health(health) {}
 
     /// Takes an instance, which is told what messages have said so far, and gives the former one back.
-    std::unique_ptr<Lv2Instance> replace(std::unique_ptr<Lv2Instance> instance) noexcept;
+    std::shared_ptr<Lv2Instance> replace(std::shared_ptr<Lv2Instance> instance) noexcept;
     Lv2Instance* instance() const noexcept { return _instance.get(); }
+    /// For those who keep it beyond the next `replace`; control threads.
+    std::shared_ptr<Lv2Instance> sharedInstance() const { return _instance; }
 
     RenderResult render(std::span<const TimedMIDI> events, float* left, float* right, std::uint32_t frames) noexcept;
 
@@ -61,10 +69,11 @@ class Lv2Renderer {
     void deliver(const Part& part, float* left, float* right) noexcept;
 
     const Lv2Plugin& _plugin;
-    std::unique_ptr<Lv2Instance> _instance;
+    std::shared_ptr<Lv2Instance> _instance;
     MidiMemory _midi;
     const std::span<const std::atomic<float>> _values;
     Lv2PatchProperties& _patches;
+    Lv2EditorFeed& _editorFeed;
     Lv2Health& _health;
     Opening _opening = Opening::nothing;
     bool _isMuted = false;  // until the next note, or until the old ones are over

@@ -66,6 +66,11 @@ const std::vector<Lv2Source::Preset>& Lv2Source::presets() {
     return _presets;
 }
 
+const std::optional<Lv2EditorFiles>& Lv2Source::editorFiles() {
+    std::call_once(_editorOnce, [this] { _editorFiles = findLv2Editor(*_world, _plugin.uri); });
+    return _editorFiles;
+}
+
 std::vector<Lv2Source::Preset> Lv2Source::readPresets() {
     const std::lock_guard lock(_world->mutex());
     auto& library = _world->library();

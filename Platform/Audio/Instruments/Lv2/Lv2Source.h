@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Platform/Audio/Instruments/Lv2/Editor/Lv2EditorFiles.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2Entry.h"
 #include "Platform/Audio/Instruments/Lv2/Lv2World.h"
 #include "Platform/Foundation/Error.h"
@@ -36,6 +37,9 @@ class Lv2Source {
     /// first call.
     const std::vector<Preset>& presets();
 
+    /// The editor for X servers that the plug-in brings and that can be opened here, if any. Read at the first call.
+    const std::optional<Lv2EditorFiles>& editorFiles();
+
     /// What was told of its instances and need not be told of each. Any thread.
     struct Told {
         std::atomic<bool> muting{false};
@@ -49,7 +53,8 @@ class Lv2Source {
     const std::unique_ptr<Lv2World> _world;
     const Lv2Plugin _plugin;
     Told _told;
-    std::once_flag _presetsOnce;
+    std::once_flag _presetsOnce, _editorOnce;
+    std::optional<Lv2EditorFiles> _editorFiles;
     std::vector<Preset> _presets;
 };
 

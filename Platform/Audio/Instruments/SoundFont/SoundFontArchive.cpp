@@ -110,7 +110,8 @@ PropertyList::Dictionary archived(const SoundFontArchive& archive) {
             {"bank", {archive.bank.native()}},
             {"channels", {std::move(channels)}},
             {"parameters", {std::move(parameters)}},
-            {"renderQuality", number(archive.renderQuality)}};
+            {"renderQuality", number(archive.renderQuality)},
+            {"polyphony", number(archive.polyphony)}};
 }
 
 std::optional<SoundFontArchive> unarchived(const PropertyList& list) {
@@ -126,6 +127,9 @@ std::optional<SoundFontArchive> unarchived(const PropertyList& list) {
     int quality = 0;
     if (!readNumber(*dictionary, "renderQuality", 0, 127, quality)) return std::nullopt;
     archive.renderQuality = static_cast<std::uint32_t>(quality);
+    if (dictionary->contains("polyphony") && !readNumber(*dictionary, "polyphony", SoundFontSynth::kLeastPolyphony,
+                                                         SoundFontSynth::kMostPolyphony, archive.polyphony))
+        return std::nullopt;
     if (!readParameters(*dictionary, archive.parameters)) return std::nullopt;
     return archive;
 }

@@ -17,12 +17,14 @@ struct SoundFontArchive {
     SoundFontSettings channels;
     SoundFontParameterValues parameters{};
     std::uint32_t renderQuality = 0;
+    int polyphony = SoundFontSynth::kPolyphony;
 };
 
 PropertyList::Dictionary archived(const SoundFontArchive& archive);
 
-/// The settings in a property list, or nothing when it holds anything but settings of this instrument. Parameters that
-/// it does not name stand at their defaults, so that settings of earlier versions can be read.
+/// The settings in a property list, or nothing when it holds anything but settings of this instrument. What it
+/// does not name of parameters and polyphony stands at their defaults, so that settings of earlier versions can be
+/// read.
 std::optional<SoundFontArchive> unarchived(const PropertyList& list);
 
 }  // namespace zelvane

@@ -40,7 +40,7 @@ OSStatus SoundFontInstrument::prepare(double sampleRate, std::uint32_t) {
     const double synthRate = sampleRate / stretch;
     if (!(synthRate >= kLeastRate && synthRate <= kMostRate)) return kAudioUnitErr_FailedInitialization;
     const std::lock_guard lock(_mutex);
-    auto synth = std::make_unique<SoundFontSynth>(_bank, synthRate);
+    auto synth = std::make_unique<SoundFontSynth>(_bank, synthRate, _polyphony);
     if (!synth->isValid()) return kAudioUnitErr_FailedInitialization;
     const std::unique_ptr<SoundFontSynth> unused(_next.exchange(nullptr, std::memory_order_acquire));
     _state.sendTo(*synth);
@@ -92,20 +92,34 @@ OSStatus SoundFontInstrument::loadBank(const std::filesystem::path& file) {
         Log::write("SoundFont: [%@] %@", {"loadBank", error.description});
         return kAudioUnitErr_InvalidFile;
     }
-    const OSStatus status = exchangeBank(std::move(bank));
+    const OSStatus status = exchangeSynth(std::move(bank), polyphony());
     if (status == kNoError) awaitRetirement();
     return status;
 }
 
-OSStatus SoundFontInstrument::exchangeBank(std::shared_ptr<SoundFontBank> bank) {
+OSStatus SoundFontInstrument::setPolyphony(int polyphony) {
+    if (polyphony < SoundFontSynth::kLeastPolyphony || polyphony > SoundFontSynth::kMostPolyphony)
+        return kAudioUnitErr_InvalidPropertyValue;
+    const OSStatus status = exchangeSynth(bank(), polyphony);
+    if (status == kNoError) awaitRetirement();
+    return status;
+}
+
+int SoundFontInstrument::polyphony() const {
     const std::lock_guard lock(_mutex);
-    if (bank == _bank) return kNoError;
+    return _polyphony;
+}
+
+OSStatus SoundFontInstrument::exchangeSynth(std::shared_ptr<SoundFontBank> bank, int polyphony) {
+    const std::lock_guard lock(_mutex);
+    if (bank == _bank && polyphony == _polyphony) return kNoError;
     if (_synthRate > 0) {
-        auto synth = std::make_unique<SoundFontSynth>(bank, _synthRate);
+        auto synth = std::make_unique<SoundFontSynth>(bank, _synthRate, polyphony);
         if (!synth->isValid()) return kAudioUnitErr_FailedInitialization;
         const std::unique_ptr<SoundFontSynth> untaken(_next.exchange(synth.release(), std::memory_order_acq_rel));
     }
     _bank = std::move(bank);
+    _polyphony = polyphony;
     return kNoError;
 }
 
@@ -139,7 +153,8 @@ SoundFontArchive SoundFontInstrument::archive() const {
                              .presetName = presetName(presentPreset()),
                              .channels = _state.settings(),
                              .parameters = {},
-                             .renderQuality = _state.renderQuality()};
+                             .renderQuality = _state.renderQuality(),
+                             .polyphony = polyphony()};
     for (std::size_t i = 0; i < archive.parameters.size(); ++i) archive.parameters[i] = *parameterValue(i);
     return archive;
 }
@@ -148,6 +163,7 @@ OSStatus SoundFontInstrument::restore(const SoundFontArchive& archive) {
     if (archive.bank != bank()->path()) {
         if (const OSStatus status = loadBank(archive.bank); status != kNoError) return status;
     }
+    if (const OSStatus status = setPolyphony(archive.polyphony); status != kNoError) return status;
     for (std::size_t i = 0; i < archive.parameters.size(); ++i) setParameter(i, archive.parameters[i]);
     _state.setRenderQuality(archive.renderQuality);
     _state.setSettings(archive.channels);
@@ -163,6 +179,15 @@ OSStatus SoundFontInstrument::selectPreset(std::int32_t number) {
         if ((channel == SoundFontSynth::kDrumChannel) == isDrumKit)
             _state.selectPreset(channel, preset->bank, preset->program);
     }
+    _state.askToSend();
+    return kNoError;
+}
+
+OSStatus SoundFontInstrument::selectChannelPreset(int channel, std::int32_t number) {
+    const auto shared = bank();
+    const SoundFontBank::Preset* preset = shared->preset(number);
+    if (preset == nullptr) return kAudioUnitErr_InvalidPropertyValue;
+    _state.selectPreset(channel, preset->bank, preset->program);
     _state.askToSend();
     return kNoError;
 }

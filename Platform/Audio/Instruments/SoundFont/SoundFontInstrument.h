@@ -46,15 +46,21 @@ class SoundFontInstrument : public Instrument {
     OSStatus restore(const SoundFontArchive& archive);
     /// A melodic preset is for the fifteen melodic channels, a drum kit for the tenth.
     OSStatus selectPreset(std::int32_t number);
+    OSStatus selectChannelPreset(int channel, std::int32_t number);
+    std::int32_t channelPreset(int channel) const { return _state.preset(channel); }
     std::int32_t presentPreset() const { return _state.preset(0); }
     std::string presetName(std::int32_t number) const;
     /// A reference that stays good until the next call.
     PropertyReference presetNameReference(std::int32_t number);
 
+    /// How many voices may sound at a time. A change ends those that sound.
+    int polyphony() const;
+    OSStatus setPolyphony(int polyphony);
+
     SoundFontState& state() { return _state; }
 
   private:
-    OSStatus exchangeBank(std::shared_ptr<SoundFontBank> bank);
+    OSStatus exchangeSynth(std::shared_ptr<SoundFontBank> bank, int polyphony);
     void awaitRetirement();
     void freeRetired();
     void takeNextSynth() noexcept;
@@ -68,6 +74,7 @@ class SoundFontInstrument : public Instrument {
 
     mutable std::mutex _mutex;  // control threads against each other; guards what follows
     std::shared_ptr<SoundFontBank> _bank;
+    int _polyphony = SoundFontSynth::kPolyphony;
     double _synthRate = 0;  // 0 before the first `prepare`
     PropertyReference _presetName = 0;
 

@@ -59,6 +59,10 @@ std::vector<UnitParameter> makeParameters() {
         described(chorusDepth, "chorus-depth", "Chorus Depth", "ms", 0, 256, 8),
     };
     parameters[static_cast<std::size_t>(chorusVoices)].isInteger = true;
+    for (UnitParameter& parameter : parameters) {
+        if (kReverbBits & (1U << parameter.id)) parameter.group = localizedString("Reverb");
+        if (kChorusBits & (1U << parameter.id)) parameter.group = localizedString("Chorus");
+    }
     return parameters;
 }
 

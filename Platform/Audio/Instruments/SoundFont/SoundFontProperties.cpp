@@ -66,6 +66,19 @@ UnitProperty renderQuality(SoundFontInstrument& instrument) {
         });
 }
 
+UnitProperty channelPreset(SoundFontInstrument& instrument, int channel) {
+    return valueProperty<std::int32_t>(
+        kSoundFontProperty_FirstChannelPreset + static_cast<AudioUnitPropertyID>(channel),
+        [&instrument, channel] { return instrument.channelPreset(channel); },
+        [&instrument, channel](std::int32_t number) { return instrument.selectChannelPreset(channel, number); });
+}
+
+UnitProperty polyphony(SoundFontInstrument& instrument) {
+    return valueProperty<std::int32_t>(
+        kSoundFontProperty_Polyphony, [&instrument] { return std::int32_t{instrument.polyphony()}; },
+        [&instrument](std::int32_t voices) { return instrument.setPolyphony(voices); });
+}
+
 UnitProperty internalReverb(SoundFontInstrument& instrument) {
     return valueProperty<std::uint32_t>(
         kMusicDeviceProperty_UsesInternalReverb,
@@ -79,13 +92,17 @@ UnitProperty internalReverb(SoundFontInstrument& instrument) {
 }  // namespace
 
 std::vector<UnitProperty> soundFontProperties(SoundFontInstrument& instrument) {
-    return {classInfo(kAudioUnitProperty_ClassInfo, instrument),
-            classInfo(kAudioUnitProperty_ClassInfoFromDocument, instrument),
-            factoryPresets(instrument),
-            renderQuality(instrument),
-            presentPreset(instrument),
-            internalReverb(instrument),
-            soundBank(instrument)};
+    std::vector<UnitProperty> properties{classInfo(kAudioUnitProperty_ClassInfo, instrument),
+                                         classInfo(kAudioUnitProperty_ClassInfoFromDocument, instrument),
+                                         factoryPresets(instrument),
+                                         renderQuality(instrument),
+                                         presentPreset(instrument),
+                                         internalReverb(instrument),
+                                         soundBank(instrument),
+                                         polyphony(instrument)};
+    for (int channel = 0; channel < SoundFontSynth::kChannels; ++channel)
+        properties.push_back(channelPreset(instrument, channel));
+    return properties;
 }
 
 }  // namespace zelvane

@@ -10,6 +10,11 @@ namespace zelvane {
 
 class SoundFontInstrument;
 
+/// The preset of a channel, counted from 0, has this ID plus the channel: 32 bits, bank times 128 plus program.
+inline constexpr AudioUnitPropertyID kSoundFontProperty_FirstChannelPreset = 65536;
+/// How many voices may sound at a time: 32 bits.
+inline constexpr AudioUnitPropertyID kSoundFontProperty_Polyphony = 65552;
+
 /// The properties of a SoundFont instrument, whose functions refer to it.
 std::vector<UnitProperty> soundFontProperties(SoundFontInstrument& instrument);
 

@@ -30,12 +30,12 @@ constexpr float kRounding = 0.501F;
 
 }  // namespace
 
-SoundFontSynth::SoundFontSynth(std::shared_ptr<SoundFontBank> bank, double sampleRate)
+SoundFontSynth::SoundFontSynth(std::shared_ptr<SoundFontBank> bank, double sampleRate, int polyphony)
     : _bank(std::move(bank)), _font(_bank->font()) {
     prepareSerialOpenMP();
     const FluidSynthSilence silence;
     const std::lock_guard lock(fluidSynthMutex());
-    if (!configure(sampleRate)) return;
+    if (!configure(sampleRate, polyphony)) return;
     _synth = new_fluid_synth(_settings);
     if (_synth == nullptr) return;
     fluid_synth_add_sfont(_synth, _font);
@@ -44,13 +44,13 @@ SoundFontSynth::SoundFontSynth(std::shared_ptr<SoundFontBank> bank, double sampl
     fluid_synth_program_reset(_synth);
 }
 
-bool SoundFontSynth::configure(double sampleRate) {
+bool SoundFontSynth::configure(double sampleRate, int polyphony) {
     _settings = new_fluid_settings();
     if (_settings == nullptr) return false;
     fluid_settings_setint(_settings, "synth.threadsafe-api", 0);
     fluid_settings_setint(_settings, "synth.lock-memory", 0);
     fluid_settings_setint(_settings, "synth.dynamic-sample-loading", 0);
-    fluid_settings_setint(_settings, "synth.polyphony", kPolyphony);
+    fluid_settings_setint(_settings, "synth.polyphony", polyphony);
     fluid_settings_setint(_settings, "synth.reverb.active", 0);
     fluid_settings_setint(_settings, "synth.chorus.active", 0);
     fluid_settings_setstr(_settings, "synth.midi-bank-select", "gs");

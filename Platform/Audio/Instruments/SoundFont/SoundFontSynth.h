@@ -34,9 +34,11 @@ class SoundFontSynth {
     static constexpr int kChannels = 16;
     static constexpr int kDrumChannel = 9;
     static constexpr int kPolyphony = 64;
+    static constexpr int kLeastPolyphony = 8;
+    static constexpr int kMostPolyphony = 512;
 
-    /// Rates from 8000 to 96000.
-    SoundFontSynth(std::shared_ptr<SoundFontBank> bank, double sampleRate);
+    /// Rates from 8000 to 96000. The polyphony is how many voices may sound at a time.
+    SoundFontSynth(std::shared_ptr<SoundFontBank> bank, double sampleRate, int polyphony = kPolyphony);
     ~SoundFontSynth();
     SoundFontSynth(const SoundFontSynth&) = delete;
     SoundFontSynth& operator=(const SoundFontSynth&) = delete;
@@ -89,7 +91,7 @@ class SoundFontSynth {
     std::unique_ptr<SoundFontSynth> following;  ///< of a `SynthStack`
 
   private:
-    bool configure(double sampleRate);
+    bool configure(double sampleRate, int polyphony);
     void makeTuningExact();
     void makeChannelsIndependent() noexcept;
 

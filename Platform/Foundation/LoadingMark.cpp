@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Sources/Zelvane/AudioEngine/LoadingMark.h"
+#include "Platform/Foundation/LoadingMark.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
