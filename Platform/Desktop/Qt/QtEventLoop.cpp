@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Desktop/Qt/QtEventLoop.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QThread>
@@ -29,6 +30,8 @@ QtEventLoop::QtEventLoop(RunLoop& runLoop) : _runLoop(runLoop) {
     _nextDate.setSingleShot(true);
     _nextDate.setTimerType(Qt::PreciseTimer);
     connect(&_nextDate, &QTimer::timeout, this, [this] { wakeUp(); });
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
+            [this] { mindNextDate(); });
     QCoreApplication::instance()->installEventFilter(this);
     _runLoop.setGuest(this);
 }
@@ -80,6 +83,11 @@ bool QtEventLoop::eventFilter(QObject* watched, QEvent* event) {
     return true;
 }
 
+/// Before Qt waits in a loop of its own, which work of the run loop may have opened.
+void QtEventLoop::mindNextDate() {
+    if (!isInnermost() && _levelOfServing != levelOfLoops()) wakeUpAt(_runLoop.nextDate());
+}
+
 bool QtEventLoop::isInnermost() const {
     return _waiting != nullptr && levelOfLoops() == _levelOfWaiting;
 }
@@ -91,7 +99,6 @@ void QtEventLoop::serveRunLoop() {
     while (_runLoop.runOnce(TimePoint()) && Clock::monotonic().now() < end) {
     }
     _levelOfServing = outerLevel;
-    wakeUpAt(_runLoop.nextDate());
 }
 
 void QtEventLoop::wakeUpAt(std::optional<TimePoint> date) {

@@ -30,6 +30,7 @@ class QtEventLoop final : public QObject, public EventLoopGuest {
   private:
     bool isInnermost() const;
     void serveRunLoop();
+    void mindNextDate();
     void wakeUpAt(std::optional<TimePoint> date);
 
     RunLoop& _runLoop;
