@@ -92,7 +92,7 @@ void TuningPlot::paintEvent(QPaintEvent* /*event*/) {
     const QSizeF heading(0, line * 1.3);
     painter.drawText(QRectF(left.topLeft(), QSizeF(left.width(), line)), Qt::AlignCenter, translated("Scale in cents"));
     painter.drawText(QRectF(right.topLeft(), QSizeF(right.width(), line)), Qt::AlignCenter,
-                     translated("Keys against equal temperament, in cents"));
+                     translated("Keys against equal temperament"));
     TuningDrawing drawing(painter, _picture, {ink, pencil, palette().color(QPalette::Highlight)});
     drawing.drawCircle(left.adjusted(0, heading.height(), 0, 0));
     drawing.drawKeys(right.adjusted(0, heading.height(), 0, 0));

@@ -26,6 +26,7 @@ prefDialogController::prefDialogController(UserDefaults& defaults, Application& 
     _keymap = _ui->keymap;
     _tuning = _ui->tuning;
     _scanning = _ui->scanning;
+    _scanning->setMinimumHeight(2 * _scanning->fontMetrics().lineSpacing());
     _ui->outputDevicePopup->setFocus();
     connectButtons();
     bindChoices();
