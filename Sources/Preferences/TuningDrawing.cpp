@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/Preferences/TuningDrawing.h"
 
-#include "Platform/Foundation/LocalizedString.h"
+#include "Platform/Desktop/Editors/QtText.h"
 
 #include <QLocale>
 #include <algorithm>
@@ -15,10 +15,6 @@ namespace {
 constexpr double kLastKey = 127;
 constexpr double kGap = 3;
 constexpr double kMostSemitones = 60;  // closer marks would be a grey ring
-
-QString translated(const char* english) {
-    return QString::fromStdString(localizedString(english));
-}
 
 QString rounded(double cents) {
     return QLocale().toString(std::round(cents), 'f', 0);
@@ -98,7 +94,7 @@ void TuningDrawing::drawKeys(const QRectF& place) {
         _painter.setPen(_colours.ink);
         _painter.drawText(
             place, Qt::AlignCenter | Qt::TextWordWrap,
-            translated("This tuning and keyboard mapping don't go together: the keys keep their pitches."));
+            localizedText("This tuning and keyboard mapping don't go together: the keys keep their pitches."));
         return;
     }
     const QFontMetricsF metrics(_painter.font());

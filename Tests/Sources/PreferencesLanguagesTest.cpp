@@ -5,7 +5,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QStyleFactory>
+#include <QStyleOptionComboBox>
 
 namespace zelvane {
 namespace {
@@ -46,6 +46,14 @@ class PreferencesLanguages : public PreferencesDialog, public testing::WithParam
             const bool saysSomething = (label != nullptr && !wraps) || qobject_cast<const QAbstractButton*>(control);
             const QSize needed = wraps ? QSize(0, label->heightForWidth(label->width())) : control->minimumSizeHint();
             const bool isTooSmall = control->width() < needed.width() || control->height() < needed.height();
+            if (const auto* popup = qobject_cast<const QComboBox*>(control)) {
+                QStyleOptionComboBox option;
+                option.initFrom(popup);
+                const auto room =
+                    popup->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, popup);
+                if (popup->fontMetrics().horizontalAdvance(popup->currentText()) > room.width())
+                    all.push_back(popup->objectName().toStdString());
+            }
             if ((saysSomething || wraps) && isTooSmall) all.push_back(control->objectName().toStdString());
         }
         return all;
