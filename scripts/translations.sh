@@ -9,7 +9,8 @@ export LC_ALL=C.UTF-8
 folder=Resources/Translations
 
 # What looks a text up, and what hands its own argument on to that: the function, and which argument it is.
-keywords=(localizedString:1 translated:1 localized:1 item:2 described:3 toggle:3 fileError:2 recordingError:2 fail:2)
+keywords=(localizedString:1 localizedText:1 localized:1 item:2 makeButton:2 addBox:2 described:3 toggle:3 fileError:2 recordingError:2
+    fail:2)
 
 # The language is the one that knows placeholders like %@, each of which a translation has to have too.
 texts_of_code() {

@@ -75,8 +75,8 @@ void DefaultsBindings::take(QLineEdit& line, const std::string& key) {
     const auto number = wholeNumber(line.text());
     const bool isValid = number && *number >= lowest && *number <= highest;
     if (isValid && *number != _values.integer(key)) _values.setValue(key, PropertyList{*number});
-    const auto complaint = formatted(localizedString("Please enter a number from %d to %d."),
-                                     {std::to_string(lowest), std::to_string(highest)});
+    const auto complaint =
+        formatted(localizedString("Must be %d to %d."), {std::to_string(lowest), std::to_string(highest)});
     tellOf(line, isValid ? QString() : QString::fromStdString(complaint));
     isValid ? static_cast<void>(_invalid.erase(&line)) : static_cast<void>(_invalid.insert(&line));
     _validityChanged(_invalid.empty());

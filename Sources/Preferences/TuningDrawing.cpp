@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/Preferences/TuningDrawing.h"
 
-#include "Platform/Foundation/LocalizedString.h"
+#include "Platform/Desktop/Editors/QtText.h"
 
 #include <QLocale>
 #include <algorithm>
@@ -13,11 +13,8 @@ namespace zelvane {
 namespace {
 
 constexpr double kLastKey = 127;
+constexpr double kGap = 3;
 constexpr double kMostSemitones = 60;  // closer marks would be a grey ring
-
-QString translated(const char* english) {
-    return QString::fromStdString(localizedString(english));
-}
 
 QString rounded(double cents) {
     return QLocale().toString(std::round(cents), 'f', 0);
@@ -51,8 +48,9 @@ QPointF TuningDrawing::onCircle(const QPointF& centre, double radius, double cen
 
 void TuningDrawing::drawCircle(const QRectF& place) {
     const QFontMetricsF metrics(_painter.font());
-    const double border = metrics.height() * 1.2;
-    const double radius = std::min(place.width(), place.height()) / 2 - border - metrics.horizontalAdvance(u'0');
+    double widest = 0;
+    for (const double cents : _picture.degrees) widest = std::max(widest, metrics.horizontalAdvance(rounded(cents)));
+    const double radius = std::min(place.width() / 2 - widest, place.height() / 2 - metrics.height()) - 2 * kGap;
     if (radius <= 0) return;
     _painter.setPen(QPen(_colours.accent, 1.5));
     _painter.setBrush(Qt::NoBrush);
@@ -79,8 +77,10 @@ void TuningDrawing::drawDegrees(const QPointF& centre, double radius) {
         _painter.drawLine(onCircle(centre, radius * 0.35, cents), onCircle(centre, radius, cents));
         _painter.drawEllipse(onCircle(centre, radius, cents), dot, dot);
         const QString text = rounded(cents);
-        QRectF label(0, 0, metrics.horizontalAdvance(text) + 4, metrics.height());
-        label.moveCenter(onCircle(centre, radius + metrics.height() * 0.85, cents));
+        QRectF label(0, 0, metrics.horizontalAdvance(text), metrics.height());
+        const QPointF direction = onCircle({}, 1, cents);
+        label.moveCenter(centre + direction * (radius + 2 * kGap) +
+                         QPointF(direction.x() * label.width(), direction.y() * label.height()) / 2);
         const auto touches = [&](const QRectF& other) { return other.intersects(label); };
         if (std::any_of(labels.begin(), labels.end(), touches)) continue;
         labels.push_back(label);
@@ -94,7 +94,7 @@ void TuningDrawing::drawKeys(const QRectF& place) {
         _painter.setPen(_colours.ink);
         _painter.drawText(
             place, Qt::AlignCenter | Qt::TextWordWrap,
-            translated("This tuning and keyboard mapping don't go together: the keys keep their pitches."));
+            localizedText("This tuning and keyboard mapping don't go together: the keys keep their pitches."));
         return;
     }
     const QFontMetricsF metrics(_painter.font());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/Preferences/TuningPlot.h"
 
+#include "Platform/Desktop/Editors/QtText.h"
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Text.h"
 #include "Sources/Preferences/TuningDrawing.h"
@@ -13,10 +14,6 @@
 namespace zelvane {
 
 namespace {
-
-QString translated(const char* english) {
-    return QString::fromStdString(localizedString(english));
-}
 
 std::string number(double cents) {
     // What is no more than rounding has no sign.
@@ -62,11 +59,11 @@ QString TuningPlot::inWords() const {
 }
 
 QSize TuningPlot::minimumSizeHint() const {
-    return fontMetrics().height() * QSize(22, 10);
+    return fontMetrics().height() * QSize(24, 13);
 }
 
 QSize TuningPlot::sizeHint() const {
-    return fontMetrics().height() * QSize(28, 14);
+    return fontMetrics().height() * QSize(28, 15);
 }
 
 void TuningPlot::paintEvent(QPaintEvent* /*event*/) {
@@ -90,9 +87,10 @@ void TuningPlot::paintEvent(QPaintEvent* /*event*/) {
     const QRectF left(inner.topLeft(), QSizeF(inner.width() * 0.4, inner.height()));
     const QRectF right(QPointF(left.right() + margin, inner.top()), inner.bottomRight());
     const QSizeF heading(0, line * 1.3);
-    painter.drawText(QRectF(left.topLeft(), QSizeF(left.width(), line)), Qt::AlignCenter, translated("Scale in cents"));
+    painter.drawText(QRectF(left.topLeft(), QSizeF(left.width(), line)), Qt::AlignCenter,
+                     localizedText("Scale in cents"));
     painter.drawText(QRectF(right.topLeft(), QSizeF(right.width(), line)), Qt::AlignCenter,
-                     translated("Keys against equal temperament, in cents"));
+                     localizedText("Keys against equal temperament"));
     TuningDrawing drawing(painter, _picture, {ink, pencil, palette().color(QPalette::Highlight)});
     drawing.drawCircle(left.adjusted(0, heading.height(), 0, 0));
     drawing.drawKeys(right.adjusted(0, heading.height(), 0, 0));

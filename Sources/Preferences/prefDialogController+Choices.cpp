@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "PYMIDI/PYMIDIManager.h"
+#include "Platform/Desktop/Editors/QtText.h"
 #include "Platform/Foundation/Collation.h"
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Text.h"
@@ -16,10 +17,6 @@
 namespace zelvane {
 
 namespace {
-
-QString translated(const char* english) {
-    return QString::fromStdString(localizedString(english));
-}
 
 /// The label of a window that may be gone when the player still has something to tell.
 class ProgressLabel : public ProgressTextField {
@@ -66,7 +63,7 @@ void prefDialogController::setUpMidiInputs() {
     if (_zelvane->virtualMidiInput() != nullptr) _midiInputs.push_back(_zelvane->virtualMidiInput());
     const QSignalBlocker unheard(_midiInputPopup);
     for (const auto& input : _midiInputs) _midiInputPopup->addItem(QString::fromStdString(input->displayName()));
-    if (const int place = _midiInputPopup->findText(translated("No Value")); place >= 0)
+    if (const int place = _midiInputPopup->findText(localizedText("No Value")); place >= 0)
         _midiInputPopup->removeItem(place);
     selectMidiInput();
     setMenuitemItalicForOfflineEndpoints(*_midiInputPopup, _midiInputs);
@@ -117,7 +114,7 @@ void prefDialogController::showMusicDevices() {
         popup.addItem(QString::fromStdString(title));
         if (isCoarse)
             popup.setItemData(popup.count() - 1,
-                              translated("This instrument does not follow pitch bend, so it plays semitones only."),
+                              localizedText("This instrument does not follow pitch bend, so it plays semitones only."),
                               Qt::ToolTipRole);
     }
     popup.setCurrentIndex(static_cast<int>(_selectedMusicDevice));

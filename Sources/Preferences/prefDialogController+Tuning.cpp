@@ -15,8 +15,10 @@ namespace zelvane {
 
 namespace {
 
-QString lastPathComponent(const std::string& path) {
-    return QString::fromStdString(std::filesystem::path(path).filename().string());
+/// The last component, from its beginning on.
+void showPath(QLineEdit& field, const std::string& path) {
+    field.setText(QString::fromStdString(std::filesystem::path(path).filename().string()));
+    field.setCursorPosition(0);
 }
 
 QString filterFor(const std::vector<std::string>& types) {
@@ -59,7 +61,7 @@ void prefDialogController::loadFile(const char* type, const std::string& key, QL
     if (!path) return;
     if ((_zelvane->*open)(path)) {
         _values.setValue(key, PropertyList{*path});
-        field.setText(lastPathComponent(*path));
+        showPath(field, *path);
         field.setToolTip(QString::fromStdString(*path));
     }
     showTuning();
@@ -89,7 +91,7 @@ void prefDialogController::resetTuning() {
 void prefDialogController::setValueFromKeyAndShortenTextfield(QLineEdit& field, const std::string& key) {
     if (_values.string(key) == "") _values.setValue(key, PropertyList{factoryDefault(key)});
     const auto value = _values.string(key).value_or("");
-    field.setText(lastPathComponent(value));
+    showPath(field, value);
     if (value != factoryDefault(key)) field.setToolTip(QString::fromStdString(value));
 }
 

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/Preferences/prefDialogController.h"
 
-#include "Platform/Foundation/LocalizedString.h"
+#include "Platform/Desktop/Editors/QtText.h"
 
 #include "ui_Preferences.h"
 
 #include <QPushButton>
+#include <QScreen>
 #include <QShortcut>
 #include <utility>
 
@@ -26,6 +27,7 @@ prefDialogController::prefDialogController(UserDefaults& defaults, Application& 
     _keymap = _ui->keymap;
     _tuning = _ui->tuning;
     _scanning = _ui->scanning;
+    _scanning->setMinimumHeight(2 * _scanning->fontMetrics().lineSpacing());
     _ui->outputDevicePopup->setFocus();
     connectButtons();
     bindChoices();
@@ -40,9 +42,9 @@ void prefDialogController::connectButtons() {
     auto* ok = _ui->buttons->button(QDialogButtonBox::Ok);
     auto* cancel = _ui->buttons->button(QDialogButtonBox::Cancel);
     ok->setObjectName(QStringLiteral("okButton"));
-    ok->setText(QString::fromStdString(localizedString("OK")));
+    ok->setText(localizedText("OK"));
     cancel->setObjectName(QStringLiteral("cancelButton"));
-    cancel->setText(QString::fromStdString(localizedString("Cancel")));
+    cancel->setText(localizedText("Cancel"));
     onClick(ok, &prefDialogController::didOK);
     onClick(cancel, &prefDialogController::didCancel);
     onClick(_ui->rescanButton, &prefDialogController::rescan);
@@ -72,6 +74,7 @@ void prefDialogController::setup() {
     setValueFromKeyAndShortenTextfield(*_keymap, "keymap");
     setValueFromKeyAndShortenTextfield(*_tuning, "tuning");
     showTuning();
+    _window->resize(_window->sizeHint().boundedTo(_window->screen()->availableSize()));
 }
 
 int prefDialogController::runModal() {

@@ -64,7 +64,10 @@ class PreferencesDialog : public testing::Test {
 
     /// Runs the dialog while `act` uses it. One that doesn't close is a failure, and closed.
     int run(const std::function<void()>& act) {
-        QTimer::singleShot(0, &dialog->window(), act);
+        QTimer::singleShot(0, &dialog->window(), [&] {
+            ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog->window()));
+            act();
+        });
         QTimer limit;
         QObject::connect(&limit, &QTimer::timeout, [] {
             ADD_FAILURE() << "it stays open";

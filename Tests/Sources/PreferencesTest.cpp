@@ -120,8 +120,7 @@ TEST_F(PreferencesDialog, RefusesPortsThatAreNone) {
                       type("portField", QLatin1String(text));
                       EXPECT_EQ(textOf("portField"), text) << "what was typed stays";
                       EXPECT_FALSE(widget("okButton").isEnabled()) << text;
-                      EXPECT_EQ(widget<QLabel>("portFieldError").text(),
-                                QStringLiteral("Please enter a number from 1 to 65535."));
+                      EXPECT_EQ(widget<QLabel>("portFieldError").text(), QStringLiteral("Must be 1 to 65535."));
                       QTest::keyClick(&widget("portField"), Qt::Key_Return);
                       EXPECT_TRUE(dialog->window().isVisible());
                   }
