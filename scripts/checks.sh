@@ -28,6 +28,14 @@ run_tests() {
     fixed_addresses ctest --preset "$preset" --parallel 2 --no-tests=error --output-junit "$results" "$@"
 }
 
+# The windows as they are now.
+take_screenshots() {
+    keep_from_user
+    mkdir -p Documentation/screenshots
+    rm -f Documentation/screenshots/*.png
+    "$1/bin/zelvane_screenshots" Documentation/screenshots
+}
+
 # Tests make their own servers and files; whatever slips through shall not meet the user's.
 keep_from_user() {
     export XDG_CONFIG_HOME=$PWD/build/test-home/config XDG_DATA_HOME=$PWD/build/test-home/data

@@ -49,6 +49,7 @@ test   calf-plugins         file:/usr/lib/lv2/calf.lv2/manifest.ttl  an instrume
 test   zynaddsubfx-lv2      file:/usr/lib/lv2/ZynAddSubFX.lv2/manifest.ttl  a heavy instrument
 test   synthv1-lv2          file:/usr/lib/lv2/synthv1.lv2/manifest.ttl  an instrument with another bend range
 test   lv2-examples         file:/usr/lib/lv2/eg-sampler.lv2/manifest.ttl  an instrument with writable properties
+test   fonts-dejavu-core    file:/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf  letters in windows
 test   xvfb                 cmd:Xvfb                             a display without a screen
 test   openbox              cmd:openbox                          its window manager
 test   trayer               cmd:trayer                           its tray of the old kind

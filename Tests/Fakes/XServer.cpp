@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Tests/Fakes/XServer.h"
 
+#include <map>
+#include <sstream>
+
 namespace zelvane {
 
 namespace {
@@ -11,7 +14,7 @@ constexpr double kPatience = 20;
 
 bool XServer::start() {
     const std::string number = (_folder.path / "display").string();
-    _server.emplace(std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten",
+    _server.emplace(std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", "2560x1600x24", "-nolisten",
                                              "tcp", "-noreset"},
                     ChildProcess::Environment{}, number);
     const auto isTold = [&] { return TemporaryFolder::read(number).ends_with('\n'); };
@@ -49,6 +52,22 @@ bool XServer::act(const std::vector<std::string>& words) const {
     std::vector<std::string> command{"timeout", "5", "xdotool"};
     command.insert(command.end(), words.begin(), words.end());
     return ChildProcess::run(command, environment());
+}
+
+bool XServer::takePicture(const std::string& title, const std::string& file) const {
+    const std::string output = (_folder.path / "geometry").string();
+    if (!ChildProcess::run(
+            {"timeout", "5", "xdotool", "search", "--onlyvisible", "--name", title, "getwindowgeometry", "--shell"},
+            environment(), output))
+        return false;
+    std::map<std::string, std::string> geometry;
+    std::istringstream lines(TemporaryFolder::read(output));
+    for (std::string line; std::getline(lines, line);)
+        geometry[line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
+    return ChildProcess::run({"ffmpeg", "-y", "-f", "x11grab", "-draw_mouse", "0", "-video_size",
+                              geometry["WIDTH"] + "x" + geometry["HEIGHT"], "-i",
+                              _display + "+" + geometry["X"] + "," + geometry["Y"], "-frames:v", "1", file},
+                             environment());
 }
 
 }  // namespace zelvane

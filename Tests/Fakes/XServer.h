@@ -24,6 +24,9 @@ class XServer {
     std::string windows() const;
     /// Runs xdotool with these words. True when it succeeded.
     bool act(const std::vector<std::string>& words) const;
+    /// Takes a picture of the window with such a title (a regular expression) once it is shown. False when there is
+    /// none.
+    bool takePicture(const std::string& title, const std::string& file) const;
 
   private:
     TemporaryFolder _folder;

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Pictures of the player's windows, taken of the real program on a display without a screen: SCREENSHOTS FOLDER.
+#include "Tests/EndToEnd/RunningPlayer.h"
+#include "Tests/Fakes/StatusNotifierWatcher.h"
+#include "Tests/Fakes/XServer.h"
+
+#include <QCoreApplication>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+namespace zelvane {
+namespace {
+
+/// A desktop that speaks a language, in a shade and at a scale.
+struct Look {
+    std::string name, language, scale;
+    bool isDark = false;
+};
+
+const Look kLooks[] = {
+    {"light", "en", "1", false},
+    {"dark", "en", "1", true},
+    {"light-de-200", "de", "2", false},
+    {"dark-fr-200", "fr", "2", true},
+};
+
+/// Colours as KDE's settings have them, which Qt reads.
+constexpr const char* kDarkColours =
+    "[Colors:Window]\nBackgroundNormal=42,46,50\nForegroundNormal=252,252,252\n"
+    "[Colors:View]\nBackgroundNormal=27,30,32\nBackgroundAlternate=35,38,41\nForegroundNormal=252,252,252\n"
+    "[Colors:Button]\nBackgroundNormal=49,54,59\nForegroundNormal=252,252,252\n"
+    "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n"
+    "[Colors:Tooltip]\nBackgroundNormal=49,54,59\nForegroundNormal=252,252,252\n";
+
+class Photographer {
+  public:
+    Photographer(const Look& look, std::filesystem::path folder)
+        : _look(look), _folder(std::move(folder)), _isReady(_bus.start() && _display.start()) {
+        std::filesystem::create_directories(_home.path / "config");
+        if (look.isDark) std::ofstream(_home.path / "config" / "kdeglobals") << kDarkColours;
+    }
+
+    bool run() {
+        return _isReady && _display.startWindowManager() && takeOfWindows() && takeOfEditor("MDA JX10", "generated") &&
+               takeOfEditor("DLSMusicDevice", "soundfont");
+    }
+
+  private:
+    ChildProcess::Environment environment() const {
+        auto all = _display.environment();
+        all.merge(_bus.environment());
+        all["LC_ALL"] = "C.UTF-8";
+        all["LANGUAGE"] = _look.language;
+        all["QT_SCALE_FACTOR"] = _look.scale;
+        all["QT_QPA_PLATFORM"] = "";
+        all["XDG_RUNTIME_DIR"] = _home.path;
+        if (_look.isDark) {
+            all["XDG_CURRENT_DESKTOP"] = "KDE";
+            all["KDE_SESSION_VERSION"] = "5";
+            all["XDG_CONFIG_DIRS"] = _home.path / "config";
+        }
+        return all;
+    }
+
+    bool takeOfWindows() {
+        RunningPlayer player({"--device", "null", "--set", "autolaunch=1"}, {}, environment());
+        return player.isListening(30) && player.startAgain().first == 0 && take("Zelvane$", "fallback-window") &&
+               press("Zelvane$", "ctrl+comma") && take("(Zelvane Pref|Zelvane-Einst|Préf|Zelvane )", "preferences");
+    }
+
+    bool takeOfEditor(const std::string& instrument, const std::string& name) {
+        RunningPlayer player({"--device", "null", "--set", "autolaunch=1", "--set", "musicDevice=" + instrument},
+                             {"mda.lv2"}, environment());
+        return player.isListening(30) && player.startAgain().first == 0 && press("Zelvane$", "ctrl+i") &&
+               take(instrument + " ", "editor-" + name);
+    }
+
+    bool press(const std::string& title, const std::string& keys) const {
+        return waitFor([&] {
+            return _display.act(
+                {"search", "--onlyvisible", "--name", "^" + title, "windowactivate", "--sync", "key", keys});
+        });
+    }
+
+    bool take(const std::string& title, const std::string& name) const {
+        const std::string file = _folder / (name + "-" + _look.name + ".png");
+        const bool isTaken = waitFor([&] { return _display.takePicture("^" + title, file); });
+        std::cout << (isTaken ? "" : "not taken: ") << file << std::endl;
+        return isTaken;
+    }
+
+    const Look& _look;
+    const std::filesystem::path _folder;
+    TemporaryFolder _home;
+    SessionBus _bus;
+    XServer _display;
+    const bool _isReady;
+};
+
+}  // namespace
+}  // namespace zelvane
+
+int main(int count, char** words) {
+    const QCoreApplication application(count, words);
+    if (count != 2) return 2;
+    bool isComplete = true;
+    for (const auto& look : zelvane::kLooks) isComplete = zelvane::Photographer(look, words[1]).run() && isComplete;
+    return isComplete ? 0 : 1;
+}
