@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Desktop/Editors/EditorProvider.h"
 #include "Platform/Desktop/Qt/CatalogueTranslator.h"
 #include "Platform/Desktop/Qt/Display.h"
 #include "Platform/Desktop/Qt/QtEventLoop.h"
@@ -22,18 +23,21 @@ struct CommandLine {
 class QtDesktop final : public Desktop {
   public:
     explicit QtDesktop(const DesktopServices& services)
-        : _application(_commandLine.count, _commandLine.words), _eventLoop(services.mainRunLoop) {
+        : _application(_commandLine.count, _commandLine.words),
+          _eventLoop(services.mainRunLoop),
+          _editors(makeEditorProvider(services.mainRunLoop)) {
         installTranslators(_application);
         _shell = std::make_unique<DesktopShell>(services.defaults);
     }
 
     Shell& shell() override { return *_shell; }
-    std::shared_ptr<ViewControllerProvider> viewControllers() override { return nullptr; }
+    std::shared_ptr<ViewControllerProvider> viewControllers() override { return _editors; }
 
   private:
     CommandLine _commandLine;
     QApplication _application;
     QtEventLoop _eventLoop;
+    const std::shared_ptr<ViewControllerProvider> _editors;
     std::unique_ptr<DesktopShell> _shell;
 };
 

@@ -4,10 +4,12 @@
 #include "Platform/Desktop/Qt/HelpBook.h"
 #include "Platform/Desktop/Qt/TrayWatcher.h"
 #include "Platform/Foundation/UserDefaults.h"
+#include "Sources/AppDelegate.h"
 #include "Sources/ConsoleShell.h"
 #include "Sources/DesktopShell/AlertWindows.h"
 #include "Sources/DesktopShell/FallbackWindow.h"
 #include "Sources/MenubarController/MenubarController.h"
+#include "Sources/PluginWindowController/PluginWindowController.h"
 #include "Sources/Preferences/PluginScanController/PluginScanController.h"
 
 #include <memory>
@@ -55,7 +57,8 @@ class DesktopShell final : public Shell {
     std::unique_ptr<FallbackWindow> _fallbackWindow;
     std::unique_ptr<TrayWatcher> _trayWatcher;
     std::unique_ptr<PluginScanController> _scanView;
-    SilentPluginWindow _pluginWindow;
+    PluginWindowController _pluginWindow{
+        {[this] { _delegate->changeUnitNumber(); }, [this] { _delegate->sendMicroTunings(); }}};
 };
 
 }  // namespace zelvane

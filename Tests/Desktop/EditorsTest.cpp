@@ -10,6 +10,7 @@
 #include "Platform/Desktop/Editors/WidgetView.h"
 #include "Tests/Desktop/EditorRig.h"
 #include "Tests/Fakes/LogLines.h"
+#include "Tests/Fakes/PrivateDataFolder.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 #include "Tests/Fakes/TinySoundFont.h"
 
@@ -238,6 +239,7 @@ TEST_F(SoundFont, QualityPolyphonyAndEffectsAreSet) {
 }
 
 TEST(EditorProvider, MakesTheEditorWhenItIsFirstSeenAndEndsItBeforeItsUnit) {
+    const PrivateDataFolder data;
     RunLoop mainLoop;
     mainLoop.attachToCurrentThread();
     const auto provider = makeEditorProvider(mainLoop);

@@ -22,8 +22,11 @@ class Lv2EditorFeed {
     Lv2EditorFeed(const Lv2EditorFeed&) = delete;
     Lv2EditorFeed& operator=(const Lv2EditorFeed&) = delete;
 
-    /// Main thread.
-    void open() noexcept { _isOpen.store(true, std::memory_order_release); }
+    /// For an editor that knows nothing yet of what was before. Main thread.
+    void open() noexcept {
+        takeEvents([](std::uint32_t, std::span<const std::byte>) {});
+        _isOpen.store(true, std::memory_order_release);
+    }
     void close() noexcept { _isOpen.store(false, std::memory_order_release); }
 
     /// Audio thread, real-time safe.
