@@ -47,7 +47,8 @@ std::vector<std::string> userLanguages() {
     if (chosen == "C" || chosen == "POSIX") return {};
     // The list that gettext goes by.
     const char* list = std::getenv("LANGUAGE");
-    std::string_view rest = list != nullptr && *list != '\0' ? list : chosen;
+    std::string_view rest = chosen;
+    if (list != nullptr && *list != '\0') rest = list;
     std::vector<std::string> languages;
     while (!rest.empty()) {
         const std::string_view entry = rest.substr(0, rest.find(':'));
