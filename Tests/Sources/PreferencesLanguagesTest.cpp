@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Desktop/Qt/CatalogueTranslator.h"
+#include "Tests/Fakes/CommaLocale.h"
 #include "Tests/Fakes/UserLanguage.h"
 #include "Tests/Sources/PreferencesDialog.h"
 
@@ -9,8 +10,6 @@
 
 namespace zelvane {
 namespace {
-
-using testing::Contains;
 
 QPalette darkPalette() {
     QPalette palette(QColor(0x35, 0x38, 0x3d), QColor(0x2a, 0x2d, 0x31));
@@ -126,6 +125,12 @@ TEST_P(PreferencesLanguages, SpeaksThatLanguage) {
     EXPECT_EQ(widget<QLabel>("outputDeviceLabel").text().toStdString(), label);
     EXPECT_EQ(textOf("tuning"), tuning);
     EXPECT_EQ(widget<QPushButton>("cancelButton").text().toStdString(), cancel);
+}
+
+TEST(Translators, LeaveNumbersTheirPoint) {
+    const CommaLocale comma;
+    installTranslators(*QCoreApplication::instance());
+    EXPECT_EQ(std::strtod("0.5", nullptr), 0.5);
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include <QCoreApplication>
 #include <QLibraryInfo>
-#include <QLocale>
+#include <clocale>
 #include <memory>
 #include <string>
 
@@ -20,6 +20,9 @@ QString CatalogueTranslator::translate(const char* /*context*/, const char* sour
 }
 
 void installTranslators(QCoreApplication& application) {
+    // The making of the application has taken up the user's whole locale; libraries read and write numbers with a
+    // point.
+    std::setlocale(LC_NUMERIC, "C");
     auto toolkit = std::make_unique<QTranslator>();
     for (const auto& language : userLanguages()) {
         const auto name = QStringLiteral("qtbase_") + QString::fromStdString(language);

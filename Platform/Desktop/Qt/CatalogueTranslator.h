@@ -16,8 +16,8 @@ class CatalogueTranslator : public QTranslator {
     bool isEmpty() const override { return false; }
 };
 
-/// Has interface files, and the toolkit's own windows where it brings their texts, speak the user's language. Main
-/// thread, before the first window is made.
+/// Has interface files, and the toolkit's own windows where it brings their texts, speak the user's language; numbers
+/// keep the C locale. Main thread, right after the application is made.
 void installTranslators(QCoreApplication& application);
 
 }  // namespace zelvane
