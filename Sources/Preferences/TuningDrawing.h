@@ -20,8 +20,8 @@ struct DrawingColours {
 /// Draws the parts of a tuning's picture.
 class TuningDrawing {
   public:
-    TuningDrawing(QPainter& painter, const TuningPicture& picture, DrawingColours colours)
-        : _painter(painter), _picture(picture), _colours(std::move(colours)) {}
+    TuningDrawing(QPainter& painter, const TuningPicture& picture, const DrawingColours& colours)
+        : _painter(painter), _picture(picture), _colours(colours) {}
 
     /// The degrees, as cents, on a circle; short marks stand where equal semitones would be.
     void drawCircle(const QRectF& place);

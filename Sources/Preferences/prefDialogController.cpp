@@ -12,6 +12,16 @@
 
 namespace zelvane {
 
+namespace {
+
+std::unique_ptr<Ui::Preferences> loadInterface(PreferencesWindow& window) {
+    auto interface = std::make_unique<Ui::Preferences>();
+    interface->setupUi(&window);
+    return interface;
+}
+
+}  // namespace
+
 prefDialogController::prefDialogController(UserDefaults& defaults, Application& application, LoginItem loginItem,
                                            HelpBook& helpBook)
     : _userDefaults(defaults),
@@ -20,13 +30,12 @@ prefDialogController::prefDialogController(UserDefaults& defaults, Application& 
       _helpBook(helpBook),
       _values(defaults),
       _window(std::make_unique<PreferencesWindow>()),
-      _ui(std::make_unique<Ui::Preferences>()) {
-    _ui->setupUi(_window.get());
-    _loginCheckButton = _ui->loginCheckButton;
-    _midiInputPopup = _ui->midiInputPopup;
-    _keymap = _ui->keymap;
-    _tuning = _ui->tuning;
-    _scanning = _ui->scanning;
+      _ui(loadInterface(*_window)),
+      _loginCheckButton(_ui->loginCheckButton),
+      _midiInputPopup(_ui->midiInputPopup),
+      _keymap(_ui->keymap),
+      _tuning(_ui->tuning),
+      _scanning(_ui->scanning) {
     _scanning->setMinimumHeight(2 * _scanning->fontMetrics().lineSpacing());
     _ui->outputDevicePopup->setFocus();
     connectButtons();

@@ -21,8 +21,8 @@ QPalette darkPalette() {
 /// The dialog in each language, on a light and a dark desktop.
 class PreferencesLanguages : public PreferencesDialog, public testing::WithParamInterface<const char*> {
   protected:
-    PreferencesLanguages() { QCoreApplication::installTranslator(&translator); }
-    ~PreferencesLanguages() override {
+    void SetUp() override { QCoreApplication::installTranslator(&translator); }
+    void TearDown() override {
         QCoreApplication::removeTranslator(&translator);
         QApplication::setPalette(QPalette());
     }
