@@ -67,10 +67,11 @@ TEST(InstrumentChoice, TheEditorsAreToldOfTheLastUnitsASecondLater) {
     EngineRig rig;
     rig.engine->setMusicDeviceFromName("zither");
     rig.engine->setMusicDeviceFromName("Alphorn");
-    EXPECT_EQ(rig.rig.application.viewChanges, 0);
+    EXPECT_EQ(rig.rig.application.firstUnit.lock(), nullptr);
     rig.rig.clock.advance(1s);
     rig.runDue();
-    EXPECT_EQ(rig.rig.application.viewChanges, 1);
+    EXPECT_EQ(rig.rig.application.firstUnit.lock(), rig.engine->microUnitSynthNode(1));
+    EXPECT_EQ(rig.rig.application.firstUnit.lock()->name(), "Alphorn");
 }
 
 // While notes sound, and now and then a recording runs.
