@@ -66,14 +66,14 @@ class Photographer {
 
     bool takeOfWindows() {
         RunningPlayer player({"--device", "null", "--set", "autolaunch=1"}, {}, environment());
-        return player.isListening(30) && player.startAgain().first == 0 && take("Zelvane$", "fallback-window") &&
+        return player.isListening() && player.startAgain().first == 0 && take("Zelvane$", "fallback-window") &&
                press("Zelvane$", "ctrl+comma") && take("(Zelvane Pref|Zelvane-Einst|Préf|Zelvane )", "preferences");
     }
 
     bool takeOfEditor(const std::string& instrument, const std::string& name) {
         RunningPlayer player({"--device", "null", "--set", "autolaunch=1", "--set", "musicDevice=" + instrument},
                              {"mda.lv2"}, environment());
-        return player.isListening(30) && player.startAgain().first == 0 && press("Zelvane$", "ctrl+i") &&
+        return player.isListening() && player.startAgain().first == 0 && press("Zelvane$", "ctrl+i") &&
                take(instrument + " ", "editor-" + name);
     }
 
