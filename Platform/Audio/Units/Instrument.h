@@ -57,12 +57,12 @@ class Instrument {
 
     /// Takes what is to be called, on any control thread, when the instrument changes one of its properties by itself;
     /// null ends that, and when this returns no call is under way. Control threads.
-    virtual void setPropertyHandler(std::function<void(AudioUnitPropertyID)> /*handler*/) {}
+    virtual void setPropertyHandler(const std::function<void(AudioUnitPropertyID)>& /*handler*/) {}
 
     /// Whether it brings an editor of its own for a window of an X server, and that editor; null, with the reason, when
     /// it won't open. One at a time. Main thread.
     virtual bool hasNativeEditor() { return false; }
-    virtual std::unique_ptr<NativeEditor> openNativeEditor(NativeEditor::Host /*host*/, Error& /*error*/) {
+    virtual std::unique_ptr<NativeEditor> openNativeEditor(const NativeEditor::Host& /*host*/, Error& /*error*/) {
         return nullptr;
     }
 

@@ -69,7 +69,7 @@ class WaitCursor {
 }  // namespace
 
 SoundFontEditor::SoundFontEditor(std::shared_ptr<AVAudioUnit> node, QWidget* parent)
-    : EditorWidget(parent), _unit(std::move(node)) {
+    : EditorWidget(parent), _unit(std::move(node)), _channels(new ChannelPresets(_unit)) {
     setObjectName(QStringLiteral("soundFontEditor"));
     auto* columns = new QHBoxLayout(this);
     auto* left = new QVBoxLayout;
@@ -77,7 +77,6 @@ SoundFontEditor::SoundFontEditor(std::shared_ptr<AVAudioUnit> node, QWidget* par
     columns->addLayout(left, 1);
     columns->addLayout(right, 1);
     addBank(*left);
-    _channels = new ChannelPresets(_unit);
     addBox(*left, "Sounds of the channels")->addWidget(_channels);
     left->addStretch(1);
     addParameters(*right);

@@ -268,21 +268,21 @@ Lv2Instrument::Faults Lv2Instrument::faults() const {
             .lostNews = instance.log().lost() + _patches.lost()};
 }
 
-void Lv2Instrument::setPropertyHandler(std::function<void(AudioUnitPropertyID)> handler) {
+void Lv2Instrument::setPropertyHandler(const std::function<void(AudioUnitPropertyID)>& handler) {
     const std::lock_guard lock(_handlerMutex);
-    _propertyHandler = std::move(handler);
+    _propertyHandler = handler;
 }
 
 bool Lv2Instrument::hasNativeEditor() {
     return _source->editorFiles().has_value();
 }
 
-std::unique_ptr<NativeEditor> Lv2Instrument::openNativeEditor(NativeEditor::Host host, Error& error) {
+std::unique_ptr<NativeEditor> Lv2Instrument::openNativeEditor(const NativeEditor::Host& host, Error& error) {
     std::unique_lock lock(_mutex);
     const auto instance = _renderer->sharedInstance();
     const auto isPresent = [this, rebuilds = _rebuilds.load()] { return _rebuilds == rebuilds; };
     lock.unlock();
-    return Lv2Editor::open(*_source, {instance, *_editorFeed, _patches, isPresent}, std::move(host), error);
+    return Lv2Editor::open(*_source, {instance, *_editorFeed, _patches, isPresent}, host, error);
 }
 
 void Lv2Instrument::tellChanges() {

@@ -39,9 +39,9 @@ class Lv2Instrument : public Instrument, private Lv2Watched {
     static std::unique_ptr<Lv2Instrument> make(const Lv2Entry& entry, Error& error);
     ~Lv2Instrument() override;
 
-    void setPropertyHandler(std::function<void(AudioUnitPropertyID)> handler) override;
+    void setPropertyHandler(const std::function<void(AudioUnitPropertyID)>& handler) override;
     bool hasNativeEditor() override;
-    std::unique_ptr<NativeEditor> openNativeEditor(NativeEditor::Host host, Error& error) override;
+    std::unique_ptr<NativeEditor> openNativeEditor(const NativeEditor::Host& host, Error& error) override;
     OSStatus prepare(double sampleRate, std::uint32_t maxFrames) override;
     void silence() noexcept override { _mustSilence.store(true, std::memory_order_release); }
     std::span<const UnitParameter> parameters() const override;

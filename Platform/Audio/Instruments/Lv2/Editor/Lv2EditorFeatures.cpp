@@ -8,6 +8,7 @@
 #include <lv2/parameters/parameters.h>
 
 #include <algorithm>
+#include <bit>
 
 namespace zelvane {
 
@@ -65,7 +66,7 @@ Lv2EditorFeatures::Lv2EditorFeatures(const Values& values, LV2UI_Resize resize, 
                 {LV2_URID__unmap, &_unmap},
                 {LV2_OPTIONS__options, _options.data()},
                 // A window is a number that is handed on as a pointer.
-                {LV2_UI__parent, reinterpret_cast<void*>(std::uintptr_t{values.parentWindow})},
+                {LV2_UI__parent, std::bit_cast<void*>(std::uintptr_t{values.parentWindow})},
                 {LV2_UI__resize, &_resize},
                 {LV2_UI__portMap, &_portMap},
                 {LV2_UI__idleInterface, nullptr},
