@@ -66,6 +66,8 @@ function(zelvane_test name)
     endif()
 endfunction()
 
+set(zelvane_leaks_of_others LSAN_OPTIONS=print_suppressions=0:suppressions=${PROJECT_SOURCE_DIR}/Tests/lsan-suppressions.txt)
+
 # A test program of the desktop's part, which sees no display unless it starts one. Qt wants code that may be loaded
 # anywhere, which the precompiled headers of the other tests are not made for.
 #   zelvane_desktop_test(NAME SOURCES file... USES library... [LABELS label...] [TIMEOUT seconds])
@@ -80,7 +82,7 @@ function(zelvane_desktop_test name)
         set(ARG_TIMEOUT 120)
     endif()
     set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT}
-        ENVIRONMENT QT_QPA_PLATFORM=offscreen)
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${zelvane_leaks_of_others}")
 endfunction()
 
 # A test program for the virtual machine of ./test --machine, where it is root; ctest leaves it out elsewhere.

@@ -23,16 +23,16 @@ constexpr int kPatienceInMilliseconds = 5000;
 constexpr std::size_t kLongestAnswer = 1024;
 
 struct Address {
-    explicit Address(const std::string& name) {
+    explicit Address(const std::string& name)
+        : length(static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size())) {
         socket.sun_family = AF_UNIX;
         // The abstract name space: the first byte is 0.
         std::memcpy(socket.sun_path + 1, name.data(), name.size());
-        length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
     }
     const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&socket); }
 
     sockaddr_un socket{};
-    socklen_t length = 0;
+    socklen_t length;
 };
 
 /// Short, and the same for all players of a user that share the folder.

@@ -67,20 +67,22 @@ class Photographer {
     bool takeOfWindows() {
         RunningPlayer player({"--device", "null", "--set", "autolaunch=1"}, {}, environment());
         return player.isListening() && player.startAgain().first == 0 && take("Zelvane$", "fallback-window") &&
-               press("Zelvane$", "ctrl+comma") && take("(Zelvane Pref|Zelvane-Einst|Préf|Zelvane )", "preferences");
+               takeAfter("ctrl+comma", "(Zelvane Pref|Zelvane-Einst|Préf)", "preferences");
     }
 
     bool takeOfEditor(const std::string& instrument, const std::string& name) {
         RunningPlayer player({"--device", "null", "--set", "autolaunch=1", "--set", "musicDevice=" + instrument},
                              {"mda.lv2"}, environment());
-        return player.isListening() && player.startAgain().first == 0 && press("Zelvane$", "ctrl+i") &&
-               take(instrument + " ", "editor-" + name);
+        return player.isListening() && player.startAgain().first == 0 &&
+               takeAfter("ctrl+i", "(.*)" + instrument, "editor-" + name);
     }
 
-    bool press(const std::string& title, const std::string& keys) const {
+    /// Of the window that the keys open; one that was just shown may not have the keyboard yet.
+    bool takeAfter(const std::string& keys, const std::string& title, const std::string& name) const {
         return waitFor([&] {
-            return _display.act(
-                {"search", "--onlyvisible", "--name", "^" + title, "windowactivate", "--sync", "key", keys});
+            if (_display.act({"search", "--onlyvisible", "--name", "^" + title})) return take(title, name);
+            _display.act({"search", "--onlyvisible", "--name", "^Zelvane$", "windowactivate", "--sync", "key", keys});
+            return false;
         });
     }
 

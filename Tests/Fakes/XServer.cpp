@@ -64,9 +64,8 @@ bool XServer::takePicture(const std::string& title, const std::string& file) con
     std::istringstream lines(TemporaryFolder::read(output));
     for (std::string line; std::getline(lines, line);)
         geometry[line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
-    return ChildProcess::run({"ffmpeg", "-y", "-f", "x11grab", "-draw_mouse", "0", "-video_size",
-                              geometry["WIDTH"] + "x" + geometry["HEIGHT"], "-i",
-                              _display + "+" + geometry["X"] + "," + geometry["Y"], "-frames:v", "1", file},
+    return ChildProcess::run({"ffmpeg", "-y", "-f", "x11grab", "-draw_mouse", "0", "-window_id", geometry["WINDOW"],
+                              "-i", _display, "-frames:v", "1", file},
                              environment());
 }
 
