@@ -20,7 +20,10 @@ MenubarController::MenubarController() : _interface(std::make_unique<Ui::StatusM
     _deviceSettingsMenuItem = item(_interface->deviceSettingsMenuItem, "Instrument Settings…");
 }
 
-MenubarController::~MenubarController() = default;
+MenubarController::~MenubarController() {
+    // What shows the entries on the bus is only given back when they are taken away one by one.
+    _statusMenu.clear();
+}
 
 void MenubarController::awakeFromNib() {
     _statusItem = std::make_unique<QtStatusItem>(_statusMenu);
