@@ -5,8 +5,6 @@
 #include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Thread.h"
 
-#include <algorithm>
-
 namespace zelvane {
 
 AppDelegate::AppDelegate(RunLoop& mainRunLoop, AudioPlatform& platform, UserDefaults& defaults, Shell& shell)
@@ -52,13 +50,10 @@ void AppDelegate::applicationDidFinishLaunching(bool listensAtOnce) {
 void AppDelegate::musicDevicesDidChange() {
     if (_zelvane == nullptr) return;
     const auto chosen = _defaults.string("musicDevice");
-    const auto isOffered = [&] {
-        const auto names = _zelvane->musicDevices();
-        return chosen && std::find(names.begin(), names.end(), *chosen) != names.end();
-    };
-    const bool wasOffered = isOffered();
+    const bool wasOffered = _zelvane->isOffered(chosen);
     _zelvane->audioEngine().updateMusicDevices();
-    if (!wasOffered && isOffered() && chosen != _zelvane->instrumentLeftOut()) _zelvane->setMusicDeviceFromName(chosen);
+    if (!wasOffered && _zelvane->isOffered(chosen) && chosen != _zelvane->instrumentLeftOut())
+        _zelvane->setMusicDeviceFromName(chosen);
 }
 
 void AppDelegate::installRunLoopInPlayerThread() {

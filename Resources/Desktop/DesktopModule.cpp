@@ -2,6 +2,7 @@
 #include "Platform/Desktop/Editors/EditorProvider.h"
 #include "Platform/Desktop/Qt/CatalogueTranslator.h"
 #include "Platform/Desktop/Qt/Display.h"
+#include "Platform/Desktop/Qt/PlaceholderColor.h"
 #include "Platform/Desktop/Qt/QtEventLoop.h"
 #include "Sources/Desktop.h"
 #include "Sources/DesktopShell/DesktopShell.h"
@@ -24,6 +25,7 @@ class QtDesktop final : public Desktop {
   public:
     explicit QtDesktop(const DesktopServices& services)
         : _application(_commandLine.count, _commandLine.words),
+          _placeholderColor(_application),
           _eventLoop(services.mainRunLoop),
           _editors(makeEditorProvider(services.mainRunLoop)) {
         installTranslators(_application);
@@ -36,6 +38,7 @@ class QtDesktop final : public Desktop {
   private:
     CommandLine _commandLine;
     QApplication _application;
+    PlaceholderColor _placeholderColor;
     QtEventLoop _eventLoop;
     const std::shared_ptr<ViewControllerProvider> _editors;
     std::unique_ptr<DesktopShell> _shell;

@@ -56,7 +56,6 @@ FallbackWindow::FallbackWindow(QtStatusItem& statusItem, const QMenu& menu)
                             this);
     note->setObjectName(QStringLiteral("note"));
     note->setWordWrap(true);
-    note->setEnabled(false);
     column->addWidget(makeLine(*this));
     column->addWidget(note);
     column->addStretch();

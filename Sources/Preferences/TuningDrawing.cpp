@@ -3,7 +3,6 @@
 
 #include "Platform/Desktop/Editors/QtText.h"
 
-#include <QLocale>
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -17,7 +16,7 @@ constexpr double kGap = 3;
 constexpr double kMostSemitones = 60;  // closer marks would be a grey ring
 
 QString rounded(double cents) {
-    return QLocale().toString(std::round(cents), 'f', 0);
+    return QString::number(std::round(cents), 'f', 0);
 }
 
 /// 1, 2 or 5 times a power of ten.

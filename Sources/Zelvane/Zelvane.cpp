@@ -26,17 +26,23 @@ Zelvane::Zelvane(RunLoop& playerThread, AudioPlatform& platform, Application& ap
     restoreMusicDevice();
 }
 
-/// One that has brought the last run down is left out this time, and tried again at the next start.
+/// Without the chosen instrument the default one gets its editor.
 void Zelvane::restoreMusicDevice() {
     const auto name = _defaults.string("musicDevice");
-    if (const auto failed = _audioEngine->takeInstrumentOfDeadRun(); !failed || failed != name)
-        return setMusicDeviceFromName(name);
+    const auto failed = _audioEngine->takeInstrumentOfDeadRun();
+    if (!name || (isOffered(name) && failed != name)) return setMusicDeviceFromName(name);
+    if (failed == name) leaveOutMusicDevice(*name);
+    setMusicDeviceFromName(localizedString("DLSMusicDevice"));
+}
+
+/// One that has brought the last run down is left out this time, and tried again at the next start.
+void Zelvane::leaveOutMusicDevice(const std::string& name) {
     _instrumentLeftOut = name;
     const Error error{
         "AudioConfiguration", 5,
         formatted(localizedString("Sorry, the player did not survive loading %@ the last time. It plays with %@ now."),
-                  {*name, localizedString("DLSMusicDevice")}),
-        formatted(localizedString("Choose %@ again to give it another try."), {*name})};
+                  {name, localizedString("DLSMusicDevice")}),
+        formatted(localizedString("Choose %@ again to give it another try."), {name})};
     _application.mainRunLoop().perform([&application = _application, error] { application.presentError(error); });
 }
 
@@ -120,10 +126,13 @@ void Zelvane::setOutputDeviceFromName(const std::optional<std::string>& name) {
         _audioEngine->setAudioDeviceFromName(*name);
 }
 
+bool Zelvane::isOffered(const std::optional<std::string>& instrument) const {
+    const auto names = musicDevices();
+    return instrument && std::find(names.begin(), names.end(), *instrument) != names.end();
+}
+
 void Zelvane::setMusicDeviceFromName(const std::optional<std::string>& name) {
-    const auto devices = musicDevices();
-    if (name && std::find(devices.begin(), devices.end(), *name) != devices.end())
-        _audioEngine->setMusicDeviceFromName(*name);
+    if (isOffered(name)) _audioEngine->setMusicDeviceFromName(*name);
 }
 
 bool Zelvane::openSoundfont(const std::optional<std::string>& path) {

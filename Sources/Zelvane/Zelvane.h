@@ -56,6 +56,8 @@ class Zelvane : public StatusChecker {
     void stopRecording();
 
     std::vector<std::string> musicDevices() const { return _audioEngine->musicDevices(); }
+    /// Whether there is an instrument of that name.
+    bool isOffered(const std::optional<std::string>& instrument) const;
     std::vector<std::string> outputDevices() const { return _audioEngine->audioDevices(); }
     /// A name that is not in the table changes nothing.
     void setOutputDeviceFromName(const std::optional<std::string>& name);
@@ -115,6 +117,7 @@ class Zelvane : public StatusChecker {
     auto withMidiTuning(Work work);
     void setUpMIDI();
     void restoreMusicDevice();
+    void leaveOutMusicDevice(const std::string& name);
     void restoreMidiTuning();
     void restoreMidiInput();
 

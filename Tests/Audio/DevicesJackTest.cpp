@@ -47,7 +47,7 @@ TEST_F(Jack, playsInTheServersCycles) {
     ASSERT_TRUE(stream->start(renderer));
     ASSERT_TRUE(waitFor([&] { return renderer.count() >= 100; }));
     RealtimeGuard::reset();
-    ASSERT_TRUE(waitFor([&] { return renderer.count() >= 700; }));
+    EXPECT_TRUE(isSteadyAtSomeTime(renderer, 600, 44100, 500, "JACK (dummy, 128 frames)"));
     EXPECT_EQ(RealtimeGuard::violations().total(), 0U) << RealtimeGuard::firstOffender();
     EXPECT_EQ(stream->state(), AudioStreamState::alive);
 
@@ -58,11 +58,8 @@ TEST_F(Jack, playsInTheServersCycles) {
     const std::size_t stoppedAt = renderer.count();
     EXPECT_EQ(wires().find("Zelvane"), std::string::npos);
     EXPECT_EQ(renderer.count(), stoppedAt);
-    auto cycles = renderer.cycles();
-    for (const auto& cycle : cycles)
+    for (const auto& cycle : renderer.cycles())
         ASSERT_TRUE(cycle.frames == 128 && cycle.periodFrames == 128 && cycle.channels == 2);
-    cycles.erase(cycles.begin(), cycles.begin() + 100);
-    EXPECT_TRUE(areSteady(cycles, 44100, 500, "JACK (dummy, 128 frames)"));
 }
 
 TEST_F(Jack, leavesWhatTheUserHasRewired) {

@@ -101,4 +101,17 @@ inline bool areSteady(const std::vector<RecordingRenderer::Cycle>& all, double s
     return std::abs(1e6 / slope / sampleRate - 1) < 0.05 && errors[errors.size() / 2] < microseconds && earliest < 2000;
 }
 
+/// Whether some stretch of that many cycles from now on is steady: a server on a busy machine is held up now and then.
+inline bool isSteadyAtSomeTime(const RecordingRenderer& renderer, std::size_t cycleCount, double sampleRate,
+                               double microseconds, const char* what) {
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        const std::size_t begin = renderer.count() + 20;
+        if (!waitFor([&] { return renderer.count() >= begin + cycleCount; })) return false;
+        auto cycles = renderer.cycles();
+        cycles.erase(cycles.begin(), cycles.begin() + std::ptrdiff_t(begin));
+        if (areSteady(cycles, sampleRate, microseconds, what)) return true;
+    }
+    return false;
+}
+
 }  // namespace zelvane

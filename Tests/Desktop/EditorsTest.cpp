@@ -57,6 +57,9 @@ const std::vector<UnitParameter> kFour{
 
 /// A generated editor, and what those who listen to the unit hear of it.
 class Generated : public testing::Test {
+  public:
+    ~Generated() override { AUListenerDispose(listener); }
+
   protected:
     Generated() {
         AUListenerCreate(&hear, this, nullptr, Duration::zero(), listener);
@@ -64,7 +67,6 @@ class Generated : public testing::Test {
             AUListenerAddParameter(listener, this, {node->audioUnit(), parameter.id, kAudioUnitScope_Global, 0});
         editor.show();
     }
-    ~Generated() override { AUListenerDispose(listener); }
 
     static void hear(void* self, void*, const AudioUnitParameter& parameter, float value) {
         static_cast<Generated*>(self)->heard.emplace_back(parameter.mParameterID, value);

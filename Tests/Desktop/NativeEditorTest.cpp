@@ -66,7 +66,7 @@ ProbeEditor* editor() {
     return find();
 }
 
-std::shared_ptr<AVAudioUnit> makeLv2Node(Lv2Entry entry) {
+std::shared_ptr<AVAudioUnit> makeLv2Node(const Lv2Entry& entry) {
     Error error;
     auto instrument = Lv2Instrument::make(entry, error);
     EXPECT_NE(instrument, nullptr) << error.description;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Desktop/Qt/PlaceholderColor.h"
 #include "Platform/Desktop/Qt/QtEventLoop.h"
 #include "Sources/DesktopShell/AlertWindows.h"
 #include "Sources/DesktopShell/FallbackWindow.h"
@@ -24,6 +25,16 @@ using testing::ElementsAre;
 using testing::SizeIs;
 
 const auto* const application = testing::AddGlobalTestEnvironment(new DesktopApplication);
+
+TEST(PlaceholderColor, IsThatOfTheTextWhateverTheDesktopSays) {
+    const PlaceholderColor color(*qApp);
+    QPalette desktop;
+    desktop.setColor(QPalette::PlaceholderText, Qt::red);
+    QApplication::setPalette(desktop);
+    QApplication::sendPostedEvents();
+    const QPalette palette = QLineEdit().palette();
+    EXPECT_EQ(palette.color(QPalette::PlaceholderText).rgb(), palette.color(QPalette::Text).rgb());
+}
 
 /// Both loops of a main thread.
 class Loops : public testing::Test {

@@ -47,6 +47,11 @@ std::span<const float> JackCapture::longestWhole(std::size_t first, std::size_t 
     return longest;
 }
 
+std::size_t JackCapture::gapCount(std::size_t first, std::size_t last) const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(gaps(), [&](std::size_t gap) { return gap > first && gap < last; }));
+}
+
 /// JACK's thread.
 void JackCapture::noteGap(std::size_t position) {
     const std::size_t count = _gapCount.load(std::memory_order_relaxed);

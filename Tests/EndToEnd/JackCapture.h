@@ -30,6 +30,8 @@ class JackCapture {
     std::size_t count() const { return _count.load(std::memory_order_acquire); }
     /// The longest piece between two places in which the server left out nothing, neither frames nor time.
     std::span<const float> longestWhole(std::size_t first, std::size_t last) const;
+    /// How often the server left something out between two places.
+    std::size_t gapCount(std::size_t first, std::size_t last) const;
     /// Where the server has that moment in what came: a sample's place with its fraction. It may lie beyond the last
     /// one.
     double placeOf(TimePoint time) const;

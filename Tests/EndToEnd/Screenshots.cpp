@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Pictures of the player's windows, taken of the real program on a display without a screen: SCREENSHOTS FOLDER.
 #include "Tests/EndToEnd/RunningPlayer.h"
+#include "Tests/Fakes/JackServer.h"
 #include "Tests/Fakes/StatusNotifierWatcher.h"
 #include "Tests/Fakes/XServer.h"
 
@@ -12,6 +13,9 @@
 
 namespace zelvane {
 namespace {
+
+// Some instruments take their time, above all on a busy machine.
+constexpr double kPatience = 120;
 
 /// A desktop that speaks a language, in a shade and at a scale.
 struct Look {
@@ -37,14 +41,15 @@ constexpr const char* kDarkColours =
 class Photographer {
   public:
     Photographer(const Look& look, std::filesystem::path folder)
-        : _look(look), _folder(std::move(folder)), _isReady(_bus.start() && _display.start()) {
+        : _look(look), _folder(std::move(folder)), _isReady(_bus.start() && _display.start() && _sound.start()) {
         std::filesystem::create_directories(_home.path / "config");
         if (look.isDark) std::ofstream(_home.path / "config" / "kdeglobals") << kDarkColours;
     }
 
     bool run() {
-        return _isReady && _display.startWindowManager() && takeOfWindows() && takeOfEditor("MDA JX10", "generated") &&
-               takeOfEditor("DLSMusicDevice", "soundfont");
+        return _isReady && _display.startWindowManager() && takeOfWindows() &&
+               takeOfEditor("DLSMusicDevice", "soundfont") && takeOfEditor("MDA JX10", "generated") &&
+               takeOfEditor("synthv1", "native") && takeOfScan() && takeOfMenu();
     }
 
   private:
@@ -64,31 +69,53 @@ class Photographer {
         return all;
     }
 
+    RunningPlayer start(const std::string& instrument = "DLSMusicDevice") const {
+        std::vector<std::string> bundles;
+        if (instrument.starts_with("MDA ")) bundles.emplace_back("mda.lv2");
+        if (instrument == "synthv1") bundles = {"synthv1.lv2", "core.lv2"};
+        return RunningPlayer({"--set", "autolaunch=1", "--set", "musicDevice=" + instrument}, bundles, environment());
+    }
+
     bool takeOfWindows() {
-        RunningPlayer player({"--device", "null", "--set", "autolaunch=1"}, {}, environment());
+        const auto player = start();
         return player.isListening() && player.startAgain().first == 0 && take("Zelvane$", "fallback-window") &&
                takeAfter("ctrl+comma", "(Zelvane Pref|Zelvane-Einst|Préf)", "preferences");
     }
 
     bool takeOfEditor(const std::string& instrument, const std::string& name) {
-        RunningPlayer player({"--device", "null", "--set", "autolaunch=1", "--set", "musicDevice=" + instrument},
-                             {"mda.lv2"}, environment());
+        const auto player = start(instrument);
         return player.isListening() && player.startAgain().first == 0 &&
                takeAfter("ctrl+i", "(.*)" + instrument, "editor-" + name);
     }
 
+    /// Of an instrument whose properties nobody has listed yet.
+    bool takeOfScan() {
+        const auto player = start("MDA ePiano");
+        return take("(Scan MDA|Eigenschaften|Analyse)", "scan-window");
+    }
+
+    /// As it opens from a tray of the older kind: others draw the menu themselves.
+    bool takeOfMenu() {
+        if (!_display.startTray()) return false;
+        const auto player = start();
+        return player.isListening() && _display.clickTray() && take("Zelvane$", "menu");
+    }
+
     /// Of the window that the keys open; one that was just shown may not have the keyboard yet.
     bool takeAfter(const std::string& keys, const std::string& title, const std::string& name) const {
-        return waitFor([&] {
-            if (_display.act({"search", "--onlyvisible", "--name", "^" + title})) return take(title, name);
-            _display.act({"search", "--onlyvisible", "--name", "^Zelvane$", "windowactivate", "--sync", "key", keys});
-            return false;
-        });
+        return waitFor(
+            [&] {
+                if (_display.act({"search", "--onlyvisible", "--name", "^" + title})) return take(title, name);
+                _display.act(
+                    {"search", "--onlyvisible", "--name", "^Zelvane$", "windowactivate", "--sync", "key", keys});
+                return false;
+            },
+            kPatience);
     }
 
     bool take(const std::string& title, const std::string& name) const {
         const std::string file = _folder / (name + "-" + _look.name + ".png");
-        const bool isTaken = waitFor([&] { return _display.takePicture("^" + title, file); });
+        const bool isTaken = waitFor([&] { return _display.takePicture("^" + title, file); }, kPatience);
         std::cout << (isTaken ? "" : "not taken: ") << file << std::endl;
         return isTaken;
     }
@@ -98,6 +125,7 @@ class Photographer {
     TemporaryFolder _home;
     SessionBus _bus;
     XServer _display;
+    JackServer _sound;
     const bool _isReady;
 };
 

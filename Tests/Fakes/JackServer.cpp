@@ -75,9 +75,10 @@ bool JackServer::start(unsigned sampleRate, unsigned periodFrames) {
 }
 
 bool JackServer::tryToStart(unsigned sampleRate, unsigned periodFrames) {
-    _process.emplace(std::vector<std::string>{"jackd", "-n", _name, "-R", "-d", "dummy", "-r",
-                                              std::to_string(sampleRate), "-p", std::to_string(periodFrames)},
-                     ChildProcess::Environment{});
+    _process.emplace(
+        std::vector<std::string>{"sh", "-c", R"(exec "$0" "$@" 2>&1)", "jackd", "-n", _name, "-R", "-d", "dummy", "-r",
+                                 std::to_string(sampleRate), "-p", std::to_string(periodFrames)},
+        ChildProcess::Environment{}, outputFile());
     // Asked for its ports again and again: the tool that waits for a server looks once a second only.
     const auto answers = [&] { return _process->hasEnded() || tool({"jack_lsp", "-s", _name}); };
     return waitFor(answers) && !_process->hasEnded();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/TemporaryFolder.h"
 
 #include <optional>
 #include <string>
@@ -19,6 +20,8 @@ class JackServer {
 
     /// True when it answers.
     bool start(unsigned sampleRate = 48000, unsigned periodFrames = 256);
+    /// What it has said so far, above all who was late.
+    std::string output() const { return TemporaryFolder::read(outputFile()); }
     /// Ends it as a crash would.
     void kill();
     /// Holds it, as a server that hangs; lets it go on.
@@ -30,7 +33,9 @@ class JackServer {
   private:
     bool tryToStart(unsigned sampleRate, unsigned periodFrames);
     void removeLeftovers() const;
+    std::string outputFile() const { return _folder.path / "output"; }
 
+    TemporaryFolder _folder;
     std::string _name;
     const int _lock;
     std::optional<ChildProcess> _process;

@@ -49,6 +49,8 @@ class StatusNotifierWatcher final : public QObject, protected QDBusContext {
     /// Appears on the bus.
     bool begin();
     bool hasItem(double seconds = 20);
+    /// The items so far, as if they had gone.
+    void forgetItems() { _items.clear(); }
     QString toolTip();
     /// How many images the item brings, of different sizes.
     int images();

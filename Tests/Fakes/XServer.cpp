@@ -1,14 +1,30 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Tests/Fakes/XServer.h"
 
-#include <map>
+#include <algorithm>
 #include <sstream>
+#include <utility>
 
 namespace zelvane {
 
 namespace {
 
 constexpr double kPatience = 20;
+
+/// Of the windows that xdotool described: its number.
+std::string largestWindow(const std::string& descriptions) {
+    std::pair<long, std::string> largest{0, ""};
+    std::string window;
+    long width = 0;
+    std::istringstream lines(descriptions);
+    for (std::string line; std::getline(lines, line);) {
+        const std::string value = line.substr(line.find('=') + 1);
+        if (line.starts_with("WINDOW=")) window = value;
+        if (line.starts_with("WIDTH=")) width = std::stol(value);
+        if (line.starts_with("HEIGHT=")) largest = std::max(largest, {width * std::stol(value), window});
+    }
+    return largest.second;
+}
 
 }  // namespace
 
@@ -41,6 +57,11 @@ bool XServer::startTray() {
     return waitFor([this] { return windows().find("\"trayer\"") != std::string::npos; }, kPatience);
 }
 
+bool XServer::clickTray() const {
+    return waitFor([this] { return windows().find("(\"zelvane\" \"zelvane\")") != std::string::npos; }, kPatience) &&
+           act({"search", "--classname", "^panel$", "mousemove", "--window", "%1", "8", "8", "click", "1"});
+}
+
 std::string XServer::windows() const {
     const std::string output = (_folder.path / "windows").string();
     ChildProcess::run({"xwininfo", "-root", "-tree"}, environment(), output);
@@ -56,16 +77,13 @@ bool XServer::act(const std::vector<std::string>& words) const {
 
 bool XServer::takePicture(const std::string& title, const std::string& file) const {
     const std::string output = (_folder.path / "geometry").string();
-    if (!ChildProcess::run(
-            {"timeout", "5", "xdotool", "search", "--onlyvisible", "--name", title, "getwindowgeometry", "--shell"},
-            environment(), output))
+    if (!ChildProcess::run({"timeout", "5", "xdotool", "search", "--onlyvisible", "--name", title, "getwindowgeometry",
+                            "--shell", "%@"},
+                           environment(), output))
         return false;
-    std::map<std::string, std::string> geometry;
-    std::istringstream lines(TemporaryFolder::read(output));
-    for (std::string line; std::getline(lines, line);)
-        geometry[line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
-    return ChildProcess::run({"ffmpeg", "-y", "-f", "x11grab", "-draw_mouse", "0", "-window_id", geometry["WINDOW"],
-                              "-i", _display, "-frames:v", "1", file},
+    const std::string window = largestWindow(TemporaryFolder::read(output));
+    return ChildProcess::run({"ffmpeg", "-y", "-f", "x11grab", "-draw_mouse", "0", "-window_id", window, "-i", _display,
+                              "-frames:v", "1", file},
                              environment());
 }
 

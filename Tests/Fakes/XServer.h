@@ -20,12 +20,15 @@ class XServer {
     /// By which programs find it.
     ChildProcess::Environment environment() const { return {{"DISPLAY", _display}, {"WAYLAND_DISPLAY", ""}}; }
 
+    /// Clicks on the first icon in the tray once there is one. False when none comes.
+    bool clickTray() const;
+
     /// All windows there are, as xwininfo prints them.
     std::string windows() const;
     /// Runs xdotool with these words. True when it succeeded.
     bool act(const std::vector<std::string>& words) const;
-    /// Takes a picture of the window with such a title (a regular expression) once it is shown. False when there is
-    /// none.
+    /// Takes a picture of the largest window that is shown with such a title (a regular expression). False when there
+    /// is none.
     bool takePicture(const std::string& title, const std::string& file) const;
 
   private:

@@ -86,6 +86,13 @@ TEST_F(EditorWindow, ShowsTheChosenUnitsEditorAndMakesThatUnitTheSource) {
     EXPECT_EQ(window().indexOfSelectedItem(), 0);
 }
 
+TEST_F(EditorWindow, IsTheDefaultInstrumentsWhenTheChosenOneIsGone) {
+    defaults.set("musicDevice", {"gone"});
+    launch({1});
+    EXPECT_EQ(window().title(), "DLSMusicDevice Settings");
+    EXPECT_EQ(defaults.string("musicDevice"), "gone") << "the user's choice stands";
+}
+
 TEST_F(EditorWindow, GoesAwayWhenTheFirstUnitHasNoEditor) {
     launch({});
     EXPECT_FALSE(application.hasAuView());

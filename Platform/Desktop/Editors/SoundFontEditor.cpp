@@ -20,7 +20,9 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <numeric>
+#include <span>
 #include <utility>
 
 namespace zelvane {
@@ -28,7 +30,7 @@ namespace zelvane {
 namespace {
 
 constexpr int kBankNameWidth = 200;
-constexpr int kNameWidth = 130, kParametersWidth = 400;
+constexpr int kLeastNameWidth = 130, kControlWidth = 270;
 
 QPushButton* makeButton(const char* name, const char* title) {
     auto* button = new QPushButton(localizedText(title));
@@ -40,6 +42,14 @@ QBoxLayout* addBox(QBoxLayout& column, const char* title) {
     auto* box = new QGroupBox(localizedText(title));
     column.addWidget(box);
     return new QVBoxLayout(box);
+}
+
+/// Wide enough for all names in the user's language.
+int nameWidth(const QFontMetrics& metrics, std::span<const UnitParameter> parameters) {
+    int width = kLeastNameWidth;
+    for (const UnitParameter& parameter : parameters)
+        width = std::max(width, metrics.horizontalAdvance(qtText(parameter.name)) + 1);
+    return width;
 }
 
 UnitParameter renderQuality() {
@@ -107,10 +117,11 @@ void SoundFontEditor::addParameters(QBoxLayout& column) {
     std::iota(places.begin(), places.end(), std::size_t{0});
     _quality = new NumberProperty(_unit, kAudioUnitProperty_RenderQuality, renderQuality());
     _polyphony = new NumberProperty(_unit, kSoundFontProperty_Polyphony, polyphony());
-    _parameters = new ParameterList(_unit, places, kNameWidth);
+    const int names = nameWidth(fontMetrics(), _unit.parameters());
+    _parameters = new ParameterList(_unit, places, names);
     _parameters->insertRow(0, localizedText("Render Quality"), _quality);
     _parameters->insertRow(1, localizedText("Polyphony"), _polyphony);
-    _parameters->setMinimumWidth(kParametersWidth);
+    _parameters->setMinimumWidth(names + kControlWidth);
     box->addWidget(_parameters);
     column.addStretch(1);
 }

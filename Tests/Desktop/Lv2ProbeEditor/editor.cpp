@@ -164,7 +164,8 @@ LV2UI_Handle instantiate(const LV2UI_Descriptor*, const char*, const char*, LV2U
     if (std::strcmp(wish, "crash") == 0) std::abort();
     if (std::strcmp(wish, "refuse") == 0) return nullptr;
     auto editor = std::make_unique<Editor>(write, controller, features);
-    *widget = reinterpret_cast<LV2UI_Widget>(std::uintptr_t{editor->window});
+    const std::uintptr_t window = editor->window;
+    std::memcpy(widget, &window, sizeof window);  // what LV2 hands on as a pointer is a window's number
     return editor.release();
 }
 
