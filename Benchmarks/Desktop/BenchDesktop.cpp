@@ -151,11 +151,22 @@ void measureEditor(const std::string& instrument, const std::string& bundle) {
     });
 }
 
+/// The scan of an instrument whose properties nobody has listed, while it is installed and JACK asks it for sound.
 void measureScan() {
-    Stage stage("MDA ePiano");
-    const std::string title = "^Scan MDA";
-    require(stage.windows.isShown(title), "it does not scan");
-    stage.observe("scan window", [&] { stage.windows.move(title); });
+    const TemporaryFolder folder;
+    JackServer server;
+    require(server.start(kRate, kPeriod), "no JACK server");
+    const DesktopRig desktop;
+    const OpenedWindows windows(desktop.display);
+    const RunningPlayer player({"--set", "autolaunch=1"}, {}, desktop.environment(),
+                               RunningPlayer::copyWithoutLists(folder.path));
+    const std::string title = "^Scan DLSMusicDevice";
+    require(waitFor([&] { return windows.isShown(title); }), "it does not scan");
+    const TimePoint begin = Clock::monotonic().now();
+    const std::size_t late = linesWith(server.output(), "Zelvane");
+    while (windows.isShown(title)) windows.move(title);
+    std::printf("%-44s %7.0f %8s %8zu\n", "scan window", millisecondsSince(begin) / 1000, "",
+                linesWith(server.output(), "Zelvane") - late);
 }
 
 }  // namespace

@@ -175,6 +175,14 @@ TEST_F(NativeEditors, AreFollowedWhenTheyNeverSayTheirSize) {
     EXPECT_TRUE(eventually([&] { return shown.size() == QSize(300, 100); }));
 }
 
+TEST_F(NativeEditors, AreNotCutOffWhenTheyCountInPixelsOfTheirToolkit) {
+    wish("toolkit");
+    EditorInWindow shown(makeProbe());
+    EXPECT_TRUE(eventually([&] { return shown.size() == QSize(320, 200); }));
+    editor()->resize(400, 300);
+    EXPECT_TRUE(eventually([&] { return shown.size() == QSize(400, 300); }));
+}
+
 TEST_F(NativeEditors, EditAsUsersDoAndShowWhatChangesElsewhere) {
     EditorInWindow shown(makeProbe());
     editor()->writeControl(kGain, 0.5F);

@@ -61,6 +61,17 @@ void UdpEar::send(const OSCMessage& message, std::uint16_t port) const {
     ::sendto(_socket, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
+std::string RunningPlayer::copyWithoutLists(const std::filesystem::path& folder) {
+    using namespace std::filesystem;
+    const path program = ZELVANE_PROGRAM;
+    create_directories(folder / "bin");
+    copy(program, folder / "bin");
+    for (const char* part : {"lib", "share"})
+        copy(program.parent_path().parent_path() / part, folder / part, copy_options::recursive);
+    remove_all(folder / "share" / "Zelvane" / "PropertyLists");
+    return folder / "bin" / program.filename();
+}
+
 void RunningPlayer::install(const std::vector<std::string>& bundles) const {
     std::filesystem::create_directories(_home.path / "lv2");
     for (const auto& bundle : bundles)
@@ -69,15 +80,15 @@ void RunningPlayer::install(const std::vector<std::string>& bundles) const {
 }
 
 RunningPlayer::RunningPlayer(const std::vector<std::string>& options, const std::vector<std::string>& bundles,
-                             const ChildProcess::Environment& desktop)
-    : port(freePort()), _environment(desktop), _outputFile(_home.path / "output") {
+                             const ChildProcess::Environment& desktop, std::string program)
+    : port(freePort()), _program(std::move(program)), _environment(desktop), _outputFile(_home.path / "output") {
     install(bundles);
     std::filesystem::create_directories(_home.path / "data" / "soundfonts");
     writeTinySoundFont(_home.path / "data" / "soundfonts" / "default-GM.sf2");
     std::vector<std::string> command{"sh",
                                      "-c",
                                      R"(exec "$0" "$@" 2>&1)",
-                                     ZELVANE_PROGRAM,
+                                     _program,
                                      "--set",
                                      "port=" + std::to_string(port),
                                      "--set",
@@ -93,7 +104,7 @@ RunningPlayer::RunningPlayer(const std::vector<std::string>& options, const std:
 }
 
 std::pair<int, std::string> RunningPlayer::startAgain(const std::vector<std::string>& options) const {
-    std::vector<std::string> command{"sh", "-c", R"(exec "$0" "$@" 2>&1)", ZELVANE_PROGRAM};
+    std::vector<std::string> command{"sh", "-c", R"(exec "$0" "$@" 2>&1)", _program};
     command.insert(command.end(), options.begin(), options.end());
     const std::string output = _home.path / "second";
     ChildProcess second(command, _environment, output);

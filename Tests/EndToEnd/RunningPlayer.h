@@ -6,6 +6,7 @@
 #include "Tests/Fakes/TemporaryFolder.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
@@ -38,7 +39,9 @@ class RunningPlayer {
     /// Of the bundles named, as they are installed, it knows the instruments. With a desktop's environment it runs on
     /// that desktop, else without one.
     explicit RunningPlayer(const std::vector<std::string>& options = {}, const std::vector<std::string>& bundles = {},
-                           const ChildProcess::Environment& desktop = {});
+                           const ChildProcess::Environment& desktop = {}, std::string program = ZELVANE_PROGRAM);
+    /// Copies the program, without the lists of properties that come with it, into a folder; where it is then.
+    static std::string copyWithoutLists(const std::filesystem::path& folder);
 
     /// True once it says that it listens.
     bool isListening() const;
@@ -60,6 +63,7 @@ class RunningPlayer {
   private:
     void install(const std::vector<std::string>& bundles) const;
 
+    const std::string _program;
     TemporaryFolder _home;
     ChildProcess::Environment _environment;
     std::string _outputFile;

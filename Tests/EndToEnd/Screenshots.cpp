@@ -69,11 +69,13 @@ class Photographer {
         return all;
     }
 
-    RunningPlayer start(const std::string& instrument = "DLSMusicDevice") const {
+    RunningPlayer start(const std::string& instrument = "DLSMusicDevice",
+                        const std::string& program = ZELVANE_PROGRAM) const {
         std::vector<std::string> bundles;
         if (instrument.starts_with("MDA ")) bundles.emplace_back("mda.lv2");
         if (instrument == "synthv1") bundles = {"synthv1.lv2", "core.lv2"};
-        return RunningPlayer({"--set", "autolaunch=1", "--set", "musicDevice=" + instrument}, bundles, environment());
+        return RunningPlayer({"--set", "autolaunch=1", "--set", "musicDevice=" + instrument}, bundles, environment(),
+                             program);
     }
 
     bool takeOfWindows() {
@@ -88,10 +90,11 @@ class Photographer {
                takeAfter("ctrl+i", "(.*)" + instrument, "editor-" + name);
     }
 
-    /// Of an instrument whose properties nobody has listed yet.
+    /// Of an instrument whose properties nobody has listed.
     bool takeOfScan() {
-        const auto player = start("MDA ePiano");
-        return take("(Scan MDA|Eigenschaften|Analyse)", "scan-window");
+        const TemporaryFolder folder;
+        const auto player = start("DLSMusicDevice", RunningPlayer::copyWithoutLists(folder.path));
+        return take("(Scan DLS|Eigenschaften|Analyse)", "scan-window");
     }
 
     /// As it opens from a tray of the older kind: others draw the menu themselves.

@@ -58,7 +58,15 @@ bool XServer::startTray() {
 }
 
 bool XServer::clickTray() const {
-    return waitFor([this] { return windows().find("(\"zelvane\" \"zelvane\")") != std::string::npos; }, kPatience) &&
+    const auto hasIcon = [this] {
+        // An icon is a window in the tray's panel, and stands on the line below it.
+        const std::string all = windows();
+        const auto panel = all.find("\"panel\"");
+        if (panel == std::string::npos) return false;
+        const auto line = all.find('\n', panel) + 1;
+        return all.substr(line, all.find('\n', line) - line).find("\"zelvane\"") != std::string::npos;
+    };
+    return waitFor(hasIcon, kPatience) &&
            act({"search", "--classname", "^panel$", "mousemove", "--window", "%1", "8", "8", "click", "1"});
 }
 

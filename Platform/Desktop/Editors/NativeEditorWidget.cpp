@@ -8,6 +8,7 @@
 
 #include <QGuiApplication>
 #include <QLayout>
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <utility>
@@ -96,7 +97,7 @@ NativeEditor::Host NativeEditorWidget::host() {
         MusicDeviceMIDIEvent(unit, status, data1, data2, 0);
     };
     host.resized = [this](int width, int height) {
-        _hasToldSize = true;
+        _toldSize = QSize(width, height);
         takeSize(width, height);
     };
     return host;
@@ -115,15 +116,19 @@ void NativeEditorWidget::follow() {
     takeSizeOfWindow();
 }
 
-// Some never say what size they have.
+// Some never say what size they have; those made with a toolkit of large pixels may say it in these.
 void NativeEditorWidget::takeSizeOfWindow() {
-    if (_hasToldSize || _editor == nullptr) return;
+    if (_editor == nullptr) return;
     const xcb_window_t window =
         _editor->window() != 0 ? _editor->window() : firstChild(static_cast<xcb_window_t>(winId()));
     if (window == 0) return;
     const ReplyOwner<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(server(), xcb_get_geometry(server(), window), nullptr));
-    if (geometry != nullptr) takeSize(geometry->width, geometry->height);
+    if (geometry == nullptr) return;
+    const QSize size(geometry->width, geometry->height);
+    const QSize difference = size - _toldSize * devicePixelRatioF();
+    const bool isToldInLargePixels = std::max(std::abs(difference.width()), std::abs(difference.height())) <= 2;
+    if (!_toldSize.isValid() || isToldInLargePixels) takeSize(size.width(), size.height());
 }
 
 // The server counts its own pixels, the toolkit larger ones on a fine screen.

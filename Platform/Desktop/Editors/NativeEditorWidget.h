@@ -45,7 +45,7 @@ class NativeEditorWidget final : public EditorWidget {
     EditedUnit _unit;
     const std::shared_ptr<EditorTrials> _trials;
     const std::function<void()> _ended;
-    bool _hasToldSize = false;
+    QSize _toldSize;  ///< by the editor, of whatever pixels; none while it tells nothing
     bool _hasEnded = false;
     std::unique_ptr<NativeEditor> _editor;  // ends before what stands above
 };

@@ -82,7 +82,9 @@ class Editor final : public ProbeEditor {
         const std::array<std::uint32_t, 2> size{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
         xcb_configure_window(_server, window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size.data());
         xcb_flush(_server);
-        if (!_isStill) _resize->ui_resize(_resize->handle, width, height);
+        // As a toolkit's own pixels, with which some editors count.
+        const int factor = std::strcmp(std::getenv("PROBE_EDITOR"), "toolkit") == 0 ? static_cast<int>(scaleFactor) : 1;
+        if (!_isStill) _resize->ui_resize(_resize->handle, width / factor, height / factor);
     }
 
     void close() override { _isClosed = true; }
