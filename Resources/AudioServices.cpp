@@ -23,9 +23,9 @@ std::vector<std::unique_ptr<AudioComponentProvider>> providersWith(std::unique_p
 
 }  // namespace
 
-std::vector<std::unique_ptr<AudioDeviceBackEnd>> makeAudioBackEnds() {
+std::vector<std::unique_ptr<AudioDeviceBackEnd>> makeAudioBackEnds(const JackPresence& presence) {
     std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
-    backEnds.push_back(std::make_unique<JackBackEnd>());
+    backEnds.push_back(std::make_unique<JackBackEnd>(presence));
     backEnds.push_back(std::make_unique<PulseBackEnd>());
     backEnds.push_back(std::make_unique<NullBackEnd>());
     return backEnds;

@@ -3,6 +3,7 @@
 
 #include "Platform/Audio/Devices/AudioDevice.h"
 #include "Platform/Audio/Units/AudioComponent.h"
+#include "Platform/Jack/JackPresence.h"
 
 #include <functional>
 #include <memory>
@@ -12,7 +13,7 @@
 namespace zelvane {
 
 /// The sound servers in the order of preference, the one that is always there last.
-std::vector<std::unique_ptr<AudioDeviceBackEnd>> makeAudioBackEnds();
+std::vector<std::unique_ptr<AudioDeviceBackEnd>> makeAudioBackEnds(const JackPresence& presence = {});
 
 /// The formats of instruments, with those that are known. What was installed since is looked at in the background.
 std::vector<std::unique_ptr<AudioComponentProvider>> makeComponentProviders();

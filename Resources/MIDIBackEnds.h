@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Foundation/UserDefaults.h"
+#include "Platform/Jack/JackPresence.h"
 #include "Platform/MIDI/MIDIBackEnd.h"
 
 #include <memory>
@@ -10,6 +11,7 @@
 namespace zelvane {
 
 /// The ways to MIDI in the order of preference, or the one that the user's `midiBackend` names; none for "none".
-std::vector<std::unique_ptr<MIDIBackEnd>> makeMIDIBackEnds(const UserDefaults& defaults);
+std::vector<std::unique_ptr<MIDIBackEnd>> makeMIDIBackEnds(const UserDefaults& defaults,
+                                                           const JackPresence& presence = {});
 
 }  // namespace zelvane

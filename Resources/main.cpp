@@ -12,6 +12,7 @@
 #include "Resources/DesktopLoader.h"
 #include "Resources/InstrumentList.h"
 #include "Resources/MIDIBackEnds.h"
+#include "Resources/ManagedSession.h"
 #include "Resources/Options.h"
 #include "Resources/TerminationSignals.h"
 #include "Sources/AppDelegate.h"
@@ -150,19 +151,22 @@ std::unique_ptr<Desktop> desktopFor(const Options& options, const DesktopService
 
 int play(const Options& options) {
     hideMissingDisplay();
-    OneInstance instance(preferencesFolder());
-    if (!instance.isFirst()) return yieldTo(instance, options);
     RunLoop mainRunLoop;
     mainRunLoop.attachToCurrentThread();
     const TerminationSignals signals([&mainRunLoop] { mainRunLoop.end(); });
+    ManagedSession session(mainRunLoop);
+    if (session.refusal()) return complain(*session.refusal() + ".", kFailure);
+    if (mainRunLoop.hasEnded()) return 0;
+    OneInstance instance(preferencesFolder());
+    if (!instance.isFirst()) return yieldTo(instance, options);
     UserDefaults defaults(settingsFile());
     setUpDefaults(defaults, options);
     defaults.setSaveHandler([&] { mainRunLoop.perform([&] { defaults.save(); }); });
-    AudioPlatform platform(makeAudioBackEnds(), makeComponentProviders());
+    AudioPlatform platform(makeAudioBackEnds(session.jackPresence()), makeComponentProviders());
     if (options.device && !isListed(platform, *options.device))
         return complain("there is no output device \"" + *options.device + "\"; --list-devices shows them.",
                         kUsageFailure);
-    const MIDIService midi(makeMIDIBackEnds(defaults), mainRunLoop, uniqueIDFile());
+    const MIDIService midi(makeMIDIBackEnds(defaults, session.jackPresence()), mainRunLoop, uniqueIDFile());
     if (options.midi && !isMIDIInput(defaults, *options.midi))
         return complain("there is no MIDI input \"" + *options.midi + "\"; --list-midi shows them.", kUsageFailure);
     const auto desktop = desktopFor(options, {mainRunLoop, defaults});
@@ -173,6 +177,7 @@ int play(const Options& options) {
     answerLaterStarts(instance, mainRunLoop, shell);
     application.applicationDidFinishLaunching(desktop == nullptr);
     if (options.record) application.enableRecording(std::filesystem::absolute(*options.record));
+    session.begin(defaults);
     mainRunLoop.run();
     instance.answerWith({});
     application.applicationWillTerminate();

@@ -79,7 +79,7 @@ LoginItem LoginItem::mainAppService() {
 /// The user's own file first.
 std::vector<std::filesystem::path> LoginItem::files() const {
     const auto place = std::filesystem::path("autostart") / (_name + ".desktop");
-    std::vector<std::filesystem::path> all{preferencesFolder().parent_path() / place};
+    std::vector<std::filesystem::path> all{configurationFolder() / place};
     const std::string folders = environment("XDG_CONFIG_DIRS");
     for (const auto& folder : pathList(folders.empty() ? "/etc/xdg" : folders)) all.push_back(folder / place);
     return all;

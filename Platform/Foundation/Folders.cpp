@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 namespace zelvane {
 
@@ -30,6 +31,11 @@ std::filesystem::path homeFolder() {
     return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "/";
 }
 
+std::filesystem::path& otherPreferencesFolder() {
+    static std::filesystem::path folder;
+    return folder;
+}
+
 std::filesystem::path baseFolder(const char* variable, const char* inHome) {
     auto folder = folderFromEnvironment(variable);
     return folder.empty() ? homeFolder() / inHome : folder;
@@ -37,8 +43,16 @@ std::filesystem::path baseFolder(const char* variable, const char* inHome) {
 
 }  // namespace
 
+std::filesystem::path configurationFolder() {
+    return baseFolder("XDG_CONFIG_HOME", ".config");
+}
+
 std::filesystem::path preferencesFolder() {
-    return baseFolder("XDG_CONFIG_HOME", ".config") / kOurFolder;
+    return otherPreferencesFolder().empty() ? configurationFolder() / kOurFolder : otherPreferencesFolder();
+}
+
+void setPreferencesFolder(std::filesystem::path folder) {
+    otherPreferencesFolder() = std::move(folder);
 }
 
 std::filesystem::path userSupportFolder() {

@@ -7,8 +7,15 @@
 
 namespace zelvane {
 
-/// The user's folder of settings: "Zelvane" in $XDG_CONFIG_HOME, or in ~/.config. Not made here.
+/// The user's folder of all programs' settings: $XDG_CONFIG_HOME, or ~/.config.
+std::filesystem::path configurationFolder();
+
+/// The folder of settings: "Zelvane" in the user's, unless another was set. Not made here.
 std::filesystem::path preferencesFolder();
+
+/// Has this process keep its settings in another folder, as that of a session. Main thread, before anything asks for
+/// the folder.
+void setPreferencesFolder(std::filesystem::path folder);
 
 /// The user's folder of data: "Zelvane" in $XDG_DATA_HOME, or in ~/.local/share. Not made here.
 std::filesystem::path userSupportFolder();

@@ -142,18 +142,27 @@ void UserDefaults::changed(std::unique_lock<std::mutex> lock) {
     }
 }
 
-void UserDefaults::save() {
+bool UserDefaults::saveAnyway() {
+    {
+        const std::lock_guard lock(_mutex);
+        _isDirty = true;
+    }
+    return save();
+}
+
+bool UserDefaults::save() {
     const std::lock_guard saving(_saving);
     std::unique_lock lock(_mutex);
-    if (!_isDirty || !_mayWrite) return;
+    if (!_isDirty || !_mayWrite) return !_isDirty;
     const PropertyList snapshot{_user};
     _isDirty = false;
     lock.unlock();
     Error error;
-    if (writePropertyListFile(_file, snapshot, error)) return;
+    if (writePropertyListFile(_file, snapshot, error)) return true;
     Log::write("UserDefaults: [%@] %@", {"save", error.description});
     lock.lock();
     _isDirty = true;
+    return false;
 }
 
 }  // namespace zelvane

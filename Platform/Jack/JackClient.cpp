@@ -35,6 +35,12 @@ Register& theRegister() {
     return all;
 }
 
+/// The library may open its file at the first use, and not expect two threads at that.
+std::mutex& propertiesMutex() {
+    static std::mutex oneAtATime;
+    return oneAtATime;
+}
+
 }  // namespace
 
 std::unique_ptr<JackClient> JackClient::open(const JackLibrary& library, const char* name, WakeUp* whenDead) {
@@ -107,12 +113,46 @@ std::string JackClient::ownerOf(const std::string& portName) const {
 
 /// Renaming a port reaches nobody on PipeWire; metadata do.
 void JackClient::setPrettyName(jack_uuid_t port, const std::string& name) const {
-    // The library may open its file at the first use, and not expect two threads at that.
-    static std::mutex oneAtATime;
-    const std::lock_guard lock(oneAtATime);
+    setProperty(port, "http://jackaudio.org/metadata/pretty-name", name, "text/plain");
+}
+
+void JackClient::setOrder(jack_uuid_t port, int place) const {
+    setProperty(port, "http://jackaudio.org/metadata/order", std::to_string(place),
+                "http://www.w3.org/2001/XMLSchema#integer");
+}
+
+void JackClient::setIcon() const {
+    if (const auto client = ownUuid())
+        setProperty(*client, "http://jackaudio.org/metadata/icon-name", "zelvane", "text/plain");
+}
+
+void JackClient::removeIcon() const {
+    if (const auto client = ownUuid()) removeProperties(*client);
+}
+
+void JackClient::setProperty(jack_uuid_t subject, const char* key, const std::string& value, const char* type) const {
+    const std::lock_guard lock(propertiesMutex());
     const ScopedBrokenPipeBlock block;
     if (_library.setProperty == nullptr || isDead()) return;
-    _library.setProperty(_client, port, "http://jackaudio.org/metadata/pretty-name", name.c_str(), "text/plain");
+    _library.setProperty(_client, subject, key, value.c_str(), type);
+}
+
+void JackClient::removeProperties(jack_uuid_t subject) const {
+    const std::lock_guard lock(propertiesMutex());
+    const ScopedBrokenPipeBlock block;
+    if (_library.removeProperties == nullptr || isDead()) return;
+    _library.removeProperties(_client, subject);
+}
+
+std::optional<jack_uuid_t> JackClient::ownUuid() const {
+    const ScopedBrokenPipeBlock block;
+    if (_library.uuidForClientName == nullptr || _library.parseUuid == nullptr || isDead()) return {};
+    char* text = _library.uuidForClientName(_client, _library.clientName(_client));
+    if (text == nullptr) return {};
+    jack_uuid_t uuid = 0;
+    const bool isUuid = _library.parseUuid(text, &uuid) == 0;
+    _library.free(text);
+    return isUuid ? std::optional(uuid) : std::nullopt;
 }
 
 std::optional<jack_uuid_t> JackClient::uuidOf(const jack_port_t* port) const {

@@ -36,15 +36,24 @@ class JackClient {
     std::vector<std::string> ports(const char* type, unsigned long flags) const;
     /// The client that a port belongs to.
     std::string ownerOf(const std::string& portName) const;
-    /// What users are shown in place of a port's name. Once the client is active; not for a thread that can't be kept
-    /// waiting, since JACK's own library keeps such things in a file that processes lock.
+    /// What users are shown in place of a port's name, where it stands among the others (from 1), and the icon of our
+    /// clients. Once the client is active; not for a thread that can't be kept waiting, since JACK's own library keeps
+    /// such things in a file that processes lock.
     void setPrettyName(jack_uuid_t port, const std::string& name) const;
+    void setOrder(jack_uuid_t port, int place) const;
+    void setIcon() const;
+    /// Takes all these away again, which the server may keep for whatever has the ports' numbers next. Before the ports
+    /// go.
+    void removeProperties(jack_uuid_t port) const;
+    void removeIcon() const;
     /// None where the library is too old to have such.
     std::optional<jack_uuid_t> uuidOf(const jack_port_t* port) const;
 
   private:
     JackClient(const JackLibrary& library, jack_client_t* client, WakeUp* whenDead);
     void die();
+    std::optional<jack_uuid_t> ownUuid() const;
+    void setProperty(jack_uuid_t subject, const char* key, const std::string& value, const char* type) const;
     bool isSuspect(TimePoint now) const;
 
     const JackLibrary& _library;

@@ -94,9 +94,25 @@ void JackLibrary::bindOptional(void* handle) {
     bind(handle, "jack_set_port_rename_callback", setPortRenameCallback);
     bind(handle, "jack_set_property", setProperty);
     bind(handle, "jack_get_property", property);
+    bind(handle, "jack_remove_properties", removeProperties);
+    bind(handle, "jack_get_uuid_for_client_name", uuidForClientName);
+    bind(handle, "jack_uuid_parse", parseUuid);
+    bindLatencies(handle);
     decltype(&::jack_get_version_string) versionString = nullptr;
     isPipeWires = bind(handle, "jack_get_version_string", versionString) &&
                   std::string_view(versionString()).find("PipeWire") != std::string_view::npos;
+}
+
+void JackLibrary::bindLatencies(void* handle) {
+    if (bind(handle, "jack_port_get_latency_range", portLatencyRange) &&
+        bind(handle, "jack_port_set_latency_range", setPortLatencyRange) &&
+        bind(handle, "jack_recompute_total_latencies", recomputeTotalLatencies) &&
+        bind(handle, "jack_set_latency_callback", setLatencyCallback))
+        return;
+    portLatencyRange = nullptr;
+    setPortLatencyRange = nullptr;
+    recomputeTotalLatencies = nullptr;
+    setLatencyCallback = nullptr;
 }
 
 bool JackLibrary::bindMIDI(void* handle) {

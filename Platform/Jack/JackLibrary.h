@@ -4,6 +4,7 @@
 #include <jack/jack.h>
 #include <jack/metadata.h>
 #include <jack/midiport.h>
+#include <jack/uuid.h>
 
 #include <memory>
 #include <string>
@@ -72,6 +73,14 @@ class JackLibrary {
     decltype(&::jack_set_port_rename_callback) setPortRenameCallback = nullptr;
     decltype(&::jack_set_property) setProperty = nullptr;
     decltype(&::jack_get_property) property = nullptr;
+    decltype(&::jack_remove_properties) removeProperties = nullptr;
+    decltype(&::jack_get_uuid_for_client_name) uuidForClientName = nullptr;
+    decltype(&::jack_uuid_parse) parseUuid = nullptr;
+    // These four are all there, or none.
+    decltype(&::jack_set_latency_callback) setLatencyCallback = nullptr;
+    decltype(&::jack_port_get_latency_range) portLatencyRange = nullptr;
+    decltype(&::jack_port_set_latency_range) setPortLatencyRange = nullptr;
+    decltype(&::jack_recompute_total_latencies) recomputeTotalLatencies = nullptr;
 
     /// It is PipeWire's, also where that has taken the place of JACK's own. Its ports have aliases of another kind.
     bool isPipeWires = false;
@@ -81,6 +90,7 @@ class JackLibrary {
     bool bindAll(void* handle);
     bool bindMIDI(void* handle);
     void bindOptional(void* handle);
+    void bindLatencies(void* handle);
 };
 
 }  // namespace zelvane

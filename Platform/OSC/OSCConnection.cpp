@@ -99,4 +99,8 @@ void OSCConnection::sendPacket(const OSCMessage& message) {
     if (_socket) _socket->send(serializeOSCMessage(message));
 }
 
+void OSCConnection::sendPacketTo(const OSCMessage& message, const std::string& host, std::uint16_t port) {
+    if (_socket) _socket->sendTo(serializeOSCMessage(message), host, port);
+}
+
 }  // namespace zelvane

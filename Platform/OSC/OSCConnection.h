@@ -56,6 +56,9 @@ class OSCConnection {
     /// Sends one message to the connected remote end. Failures are ignored, as datagrams may be lost anyway.
     void sendPacket(const OSCMessage& message);
 
+    /// Sends one message from the bound local end to a numeric IPv4 address. Failures are ignored likewise.
+    void sendPacketTo(const OSCMessage& message, const std::string& host, std::uint16_t port);
+
   private:
     class Inbox;
     class Receiver;

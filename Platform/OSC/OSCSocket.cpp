@@ -80,6 +80,13 @@ void OSCConnection::Socket::send(std::span<const std::byte> bytes) const {
     }
 }
 
+void OSCConnection::Socket::sendTo(std::span<const std::byte> bytes, const std::string& address,
+                                   std::uint16_t port) const {
+    const auto remote = numericAddress(address, port);
+    if (!remote) return;
+    ::sendto(_descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL, generic(*remote), sizeof *remote);
+}
+
 std::uint16_t OSCConnection::Socket::localPort() const {
     sockaddr_in local{};
     socklen_t size = sizeof local;

@@ -23,6 +23,7 @@ class OSCConnection::Socket {
     int bind(const std::string& address, std::uint16_t port);
     int connect(const std::string& address, std::uint16_t port);
     void send(std::span<const std::byte> bytes) const;
+    void sendTo(std::span<const std::byte> bytes, const std::string& address, std::uint16_t port) const;
 
     int descriptor() const { return _descriptor; }
     /// Whether the system granted all the room for waiting packets that a burst of notes may need. Any thread.

@@ -51,5 +51,29 @@ TEST_F(PipeWire, playsOnEachOfItsSinksOverItsOwnJackLibrary) {
     EXPECT_FALSE(renderer.hasOverlapped());
 }
 
+TEST_F(PipeWire, followsTheQuantumAndTheRate) {
+    ASSERT_TRUE(server.start());
+    ASSERT_TRUE(server.addSink("sink", "A Sink"));
+    ASSERT_TRUE(lists({"JACK: A Sink"}));
+    controller.select({"JACK", "JACK: A Sink"});
+    ASSERT_TRUE(isHeardOn("JACK: A Sink"));
+    const auto plays = [&](std::uint32_t quantum, double rate) {
+        return waitFor([&] {
+            return isHeardOn("JACK: A Sink") && renderer.cycles().back().frames == quantum &&
+                   renderer.cycles().back().periodFrames == quantum && renderer.formats().back().sampleRate == rate;
+        });
+    };
+    for (const unsigned quantum : {128U, 2048U}) {
+        ASSERT_TRUE(server.force("quantum", quantum));
+        EXPECT_TRUE(plays(quantum, 48000)) << quantum;
+    }
+    ASSERT_TRUE(server.force("rate", 44100));
+    EXPECT_TRUE(plays(2048, 44100));
+    EXPECT_EQ(controller.status().format.sampleRate, 44100);
+    ASSERT_TRUE(server.force("rate", 48000));
+    EXPECT_TRUE(plays(2048, 48000));
+    EXPECT_FALSE(renderer.hasOverlapped());
+}
+
 }  // namespace
 }  // namespace zelvane

@@ -98,7 +98,16 @@ double JackCapture::momentOf(TimePoint time) const {
 }
 
 double JackCapture::placeOf(TimePoint time) const {
-    const double moment = momentOf(time);
+    return placeOfMoment(momentOf(time));
+}
+
+jack_latency_range_t JackCapture::toldAge() const {
+    jack_latency_range_t age{};
+    jack_port_get_latency_range(_port, JackCaptureLatency, &age);
+    return age;
+}
+
+double JackCapture::placeOfMoment(double moment) const {
     const auto all = cycles();
     const auto later = std::find_if(all.begin(), all.end(),
                                     [&](const Cycle& cycle) { return static_cast<double>(cycle.start) > moment; });

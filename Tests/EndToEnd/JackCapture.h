@@ -35,6 +35,10 @@ class JackCapture {
     /// Where the server has that moment in what came: a sample's place with its fraction. It may lie beyond the last
     /// one.
     double placeOf(TimePoint time) const;
+    /// The same for a moment of JACK's own clock, in microseconds.
+    double placeOfMoment(double moment) const;
+    /// How old the server says that what is captured is, in frames.
+    jack_latency_range_t toldAge() const;
     /// Whether anything but silence came after that many samples.
     bool hasSoundAfter(std::size_t first) const;
 

@@ -50,6 +50,11 @@ bool PipeWireServer::removeSink(const std::string& name) {
     return ChildProcess::run({"pw-cli", "destroy", name}, environment());
 }
 
+bool PipeWireServer::force(const std::string& what, unsigned value) {
+    return ChildProcess::run({"pw-metadata", "-n", "settings", "0", "clock.force-" + what, std::to_string(value)},
+                             environment());
+}
+
 bool PipeWireServer::makeDefault(const std::string& name) {
     return ChildProcess::run(
         {"pw-metadata", "0", "default.configured.audio.sink", "{ \"name\": \"" + name + "\" }", "Spa:String:JSON"},

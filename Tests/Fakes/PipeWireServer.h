@@ -26,6 +26,9 @@ class PipeWireServer {
     /// Adds a sink that takes sound at its own pace. It goes with `removeSink`.
     bool addSink(const std::string& name, const std::string& description);
     bool removeSink(const std::string& name);
+    /// Has it run at another quantum (frames) or rate (Hz), named "quantum" and "rate", whatever is asked for; 0 ends
+    /// that.
+    bool force(const std::string& what, unsigned value);
     bool makeDefault(const std::string& name);
 
   private:

@@ -15,6 +15,7 @@ class RecordingRenderer final : public AudioRenderer {
   public:
     static constexpr float kSample = 0.25F;
     static constexpr std::size_t kCapacity = 100'000;
+    static constexpr std::uint32_t kLatency = 100;  // beyond a period
 
     struct Cycle {
         TimePoint start;
@@ -31,6 +32,8 @@ class RecordingRenderer final : public AudioRenderer {
         const std::lock_guard lock(_mutex);
         _formats.push_back(format);
     }
+
+    std::uint32_t latencyFrames(std::uint32_t periodFrames) const override { return periodFrames + kLatency; }
 
     void render(const AudioCycle& cycle) noexcept override {
         if (_isRendering.exchange(true)) _hasOverlapped = true;

@@ -99,8 +99,9 @@ TEST_F(UserDefaultsTest, AFailedSaveIsLoggedAndMadeUpForLater) {
     defaults.set("port", {std::int64_t{3001}});
     EXPECT_THAT(log.all(), ElementsAre(HasSubstr("UserDefaults: [save] ")));
     EXPECT_EQ(defaults.integer("port"), 3001);
+    EXPECT_FALSE(defaults.save());
     std::filesystem::remove(folder.path / "Zelvane");
-    defaults.save();
+    EXPECT_TRUE(defaults.save());
     EXPECT_EQ(UserDefaults(file).integer("port"), 3001);
 }
 
@@ -118,6 +119,8 @@ TEST_F(UserDefaultsTest, TheHandlerDecidesWhenToSaveAndHearsOnlyOfChanges) {
     std::filesystem::remove(file);
     defaults.save();
     EXPECT_FALSE(std::filesystem::exists(file));  // nothing new to write
+    EXPECT_TRUE(defaults.saveAnyway());
+    EXPECT_EQ(UserDefaults(file).integer("port"), 3001);
 }
 
 TEST_F(UserDefaultsTest, ThreadsMayStoreAtTheSameTime) {

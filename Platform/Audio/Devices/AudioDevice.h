@@ -42,6 +42,9 @@ class AudioRenderer {
     /// Called before a stream starts, and never while one runs: the format that `render` will see.
     virtual void prepare(const AudioDeviceFormat& format) = 0;
 
+    /// How many frames after a message came to the player its sound begins, on a device of that period. Any thread.
+    virtual std::uint32_t latencyFrames(std::uint32_t /*periodFrames*/) const { return 0; }
+
     /// Audio thread, real-time safe.
     virtual void render(const AudioCycle& cycle) noexcept = 0;
 };

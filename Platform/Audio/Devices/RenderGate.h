@@ -14,6 +14,9 @@ class RenderGate final : public AudioRenderer {
     explicit RenderGate(AudioRenderer& renderer) : _renderer(renderer) {}
 
     void prepare(const AudioDeviceFormat&) override {}
+    std::uint32_t latencyFrames(std::uint32_t periodFrames) const override {
+        return _renderer.latencyFrames(periodFrames);
+    }
     void render(const AudioCycle& cycle) noexcept override;
 
     /// Lets cycles through. Any thread but the audio thread.

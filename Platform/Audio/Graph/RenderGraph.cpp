@@ -49,6 +49,12 @@ void RenderGraph::prepare(const AudioDeviceFormat& format) {
     if (_formatHandler) _formatHandler(format);
 }
 
+std::uint32_t RenderGraph::latencyFrames(std::uint32_t periodFrames) const {
+    const double sampleRate = format().sampleRate;
+    const std::chrono::duration<double> delay = _messageDelay.load(std::memory_order_relaxed);
+    return static_cast<std::uint32_t>(latencyFor(periodFrames, sampleRate) + std::llround(delay.count() * sampleRate));
+}
+
 void RenderGraph::render(const AudioCycle& cycle) noexcept {
     const RealtimeScope realtime;
     RenderState* state = _cell.enter();

@@ -32,7 +32,11 @@ class RenderGraph : public AudioRenderer {
     void setVolume(float volume) { _volume.store(volume, std::memory_order_relaxed); }
     float volume() const { return _volume.load(std::memory_order_relaxed); }
 
+    /// How long messages are held back before they reach the units. Control threads.
+    void setMessageDelay(Duration delay) { _messageDelay.store(delay, std::memory_order_relaxed); }
+
     void prepare(const AudioDeviceFormat& format) override;
+    std::uint32_t latencyFrames(std::uint32_t periodFrames) const override;
     void render(const AudioCycle& cycle) noexcept override;
 
     /// Blocks of a unit that were left out because they held what is no sound. Any thread.
@@ -52,6 +56,8 @@ class RenderGraph : public AudioRenderer {
     RenderStateCell _cell;
     std::atomic<float> _volume{1};               // written by control threads, read by the audio thread
     std::atomic<std::uint64_t> _mutedBlocks{0};  // written by the audio thread, read by all
+
+    std::atomic<Duration> _messageDelay{Duration::zero()};  // written by control threads, read by any
 
     mutable std::mutex _formatMutex;  // control threads against each other
     AudioDeviceFormat _format;

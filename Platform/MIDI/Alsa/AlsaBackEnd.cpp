@@ -7,6 +7,8 @@
 #include "Platform/MIDI/Alsa/AlsaReader.h"
 #include "Platform/MIDI/Alsa/AlsaSequencer.h"
 
+#include <utility>
+
 namespace zelvane {
 
 namespace {
@@ -21,11 +23,11 @@ std::string driverOf(const AlsaPort& port) {
 
 }  // namespace
 
-AlsaBackEnd::AlsaBackEnd() = default;
+AlsaBackEnd::AlsaBackEnd(std::string clientName) : _clientName(std::move(clientName)) {}
 AlsaBackEnd::~AlsaBackEnd() = default;
 
 bool AlsaBackEnd::open(MIDIBackEndListener& listener, Error& error) {
-    _sequencer = AlsaSequencer::open(error);
+    _sequencer = AlsaSequencer::open(_clientName, error);
     if (!_sequencer) return false;
     _generations = std::make_unique<AlsaGenerations>();
     _output = std::make_unique<AlsaOutput>(*_sequencer, *_generations);

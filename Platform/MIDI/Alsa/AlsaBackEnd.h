@@ -15,10 +15,11 @@ class AlsaOutput;
 class AlsaReader;
 class AlsaSequencer;
 
-/// MIDI through the kernel's sequencer: devices, and programs that use it. Other programs see us as "Zelvane".
+/// MIDI through the kernel's sequencer: devices, and programs that use it. Other programs see us by the
+/// client's name.
 class AlsaBackEnd final : public MIDIBackEnd {
   public:
-    AlsaBackEnd();
+    explicit AlsaBackEnd(std::string clientName = "Zelvane");
     ~AlsaBackEnd() override;
     AlsaBackEnd(const AlsaBackEnd&) = delete;
     AlsaBackEnd& operator=(const AlsaBackEnd&) = delete;
@@ -36,6 +37,7 @@ class AlsaBackEnd final : public MIDIBackEnd {
   private:
     void addPorts(MIDIDirection direction, std::vector<MIDIPortDescription>& descriptions) const;
 
+    const std::string _clientName;
     std::unique_ptr<AlsaSequencer> _sequencer;
     std::unique_ptr<AlsaGenerations> _generations;
     std::unique_ptr<AlsaOutput> _output;

@@ -9,7 +9,6 @@ namespace zelvane {
 
 namespace {
 
-constexpr const char* kClientName = "Zelvane";
 // The kernel gives no more to a client. Half of it free wakes a sender that waits.
 constexpr std::size_t kRoom = 2000;
 // In bytes; a system exclusive message that fills the whole room has to be read in one piece.
@@ -32,7 +31,7 @@ AlsaSubscription subscription(AlsaAddress sender, AlsaAddress destination) {
 
 }  // namespace
 
-std::unique_ptr<AlsaSequencer> AlsaSequencer::open(Error& error) {
+std::unique_ptr<AlsaSequencer> AlsaSequencer::open(const std::string& name, Error& error) {
     // The library prints what it can't do; whoever asks is told by return values anyway.
     snd_lib_error_set_handler(keepQuiet);
     snd_seq_t* handle = nullptr;
@@ -41,13 +40,14 @@ std::unique_ptr<AlsaSequencer> AlsaSequencer::open(Error& error) {
         error = {"ALSA", result, std::string("The ALSA sequencer can't be opened: ") + snd_strerror(result) + "."};
         return nullptr;
     }
-    return std::unique_ptr<AlsaSequencer>(new AlsaSequencer(handle));
+    return std::unique_ptr<AlsaSequencer>(new AlsaSequencer(handle, name));
 }
 
-AlsaSequencer::AlsaSequencer(snd_seq_t* handle) : _handle(handle), _client(snd_seq_client_id(handle)) {
-    snd_seq_set_client_name(_handle, kClientName);
+AlsaSequencer::AlsaSequencer(snd_seq_t* handle, const std::string& name)
+    : _handle(handle), _client(snd_seq_client_id(handle)) {
+    snd_seq_set_client_name(_handle, name.c_str());
     makeRoom();
-    startQueue();
+    startQueue(name);
 }
 
 AlsaSequencer::~AlsaSequencer() {
@@ -62,8 +62,8 @@ void AlsaSequencer::makeRoom() const {
     snd_seq_set_client_pool(_handle, pool.get());
 }
 
-void AlsaSequencer::startQueue() {
-    const int queue = snd_seq_alloc_named_queue(_handle, kClientName);
+void AlsaSequencer::startQueue(const std::string& name) {
+    const int queue = snd_seq_alloc_named_queue(_handle, name.c_str());
     if (queue < 0) return;
     snd_seq_start_queue(_handle, queue, nullptr);
     if (snd_seq_drain_output(_handle) == 0) _queue = queue;

@@ -19,8 +19,8 @@ namespace zelvane {
 /// own functions that take events in or send them, which want one thread each.
 class AlsaSequencer {
   public:
-    /// None, with the reason, where there is no sequencer.
-    static std::unique_ptr<AlsaSequencer> open(Error& error);
+    /// Other programs see the name. None, with the reason, where there is no sequencer.
+    static std::unique_ptr<AlsaSequencer> open(const std::string& name, Error& error);
     ~AlsaSequencer();
     AlsaSequencer(const AlsaSequencer&) = delete;
     AlsaSequencer& operator=(const AlsaSequencer&) = delete;
@@ -45,9 +45,9 @@ class AlsaSequencer {
     std::vector<AlsaPort> ports() const;
 
   private:
-    explicit AlsaSequencer(snd_seq_t* handle);
+    AlsaSequencer(snd_seq_t* handle, const std::string& name);
     void makeRoom() const;
-    void startQueue();
+    void startQueue(const std::string& name);
     int numberForOurselves() const;
 
     snd_seq_t* const _handle;

@@ -6,6 +6,8 @@
 #include "Platform/Jack/ScopedBrokenPipeBlock.h"
 #include "Platform/MIDI/Jack/JackMIDISwitchboard.h"
 
+#include <utility>
+
 namespace zelvane {
 
 namespace {
@@ -14,8 +16,9 @@ constexpr Duration kKeepInterval = std::chrono::milliseconds(500);
 
 }  // namespace
 
-JackMIDIBackEnd::JackMIDIBackEnd()
-    : _libraries(std::make_unique<JackLibraries>()),
+JackMIDIBackEnd::JackMIDIBackEnd(JackPresence presence)
+    : _presence(std::move(presence)),
+      _libraries(std::make_unique<JackLibraries>()),
       _queues(std::make_unique<JackMIDIQueues>()),
       _switchboard(std::make_unique<JackMIDISwitchboard>(*_queues)),
       _reader(std::make_unique<JackMIDIReader>(*_queues, [this] { return _switchboard->collectChanges(); })) {}
@@ -38,7 +41,7 @@ bool JackMIDIBackEnd::open(MIDIBackEndListener& listener, Error& error) {
 }
 
 bool JackMIDIBackEnd::openClient() {
-    auto client = JackMIDIClient::open(*_libraries, *_queues, _keeperWakeUp);
+    auto client = JackMIDIClient::open(*_libraries, _presence, *_queues, _keeperWakeUp);
     if (!client) return false;
     _switchboard->setClient(std::move(client));
     return true;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Foundation/WakeUp.h"
+#include "Platform/Jack/JackPresence.h"
 #include "Platform/MIDI/MIDIBackEnd.h"
 
 #include <atomic>
@@ -19,7 +20,7 @@ struct JackMIDIQueues;
 /// it, and when another is there, our own ports are made again.
 class JackMIDIBackEnd final : public MIDIBackEnd {
   public:
-    JackMIDIBackEnd();
+    explicit JackMIDIBackEnd(JackPresence presence = {});
     ~JackMIDIBackEnd() override;
 
     std::string_view name() const override { return "jack"; }
@@ -38,6 +39,7 @@ class JackMIDIBackEnd final : public MIDIBackEnd {
     void keepClient();
     void reportLosses();
 
+    const JackPresence _presence;
     WakeUp _keeperWakeUp;                             // outlives the clients, which post it when they die
     const std::unique_ptr<JackLibraries> _libraries;  // used by the keeper, once it runs
     const std::unique_ptr<JackMIDIQueues> _queues;

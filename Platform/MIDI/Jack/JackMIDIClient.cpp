@@ -13,7 +13,6 @@ namespace zelvane {
 
 namespace {
 
-constexpr const char* kClientName = "Zelvane MIDI";
 constexpr int kAttempts = 100;  // at a name that is free
 
 JackMIDIClient::News::Kind kindOf(int isNew) {
@@ -22,22 +21,30 @@ JackMIDIClient::News::Kind kindOf(int isNew) {
 
 }  // namespace
 
-std::unique_ptr<JackMIDIClient> JackMIDIClient::open(JackLibraries& libraries, JackMIDIQueues& queues,
-                                                     WakeUp& whenDead) {
-    std::unique_ptr<JackClient> jack = libraries.openClient(kClientName, &whenDead);
+std::unique_ptr<JackMIDIClient> JackMIDIClient::open(JackLibraries& libraries, const JackPresence& presence,
+                                                     JackMIDIQueues& queues, WakeUp& whenDead) {
+    std::unique_ptr<JackClient> jack = libraries.openClient(presence.midiClientName.c_str(), &whenDead);
     if (!jack) return nullptr;
-    std::unique_ptr<JackMIDIClient> client(new JackMIDIClient(std::move(jack), queues));
+    std::unique_ptr<JackMIDIClient> client(new JackMIDIClient(std::move(jack), presence.throughput, queues));
     return client->activate() ? std::move(client) : nullptr;
 }
 
-JackMIDIClient::JackMIDIClient(std::unique_ptr<JackClient> client, JackMIDIQueues& queues)
-    : _client(std::move(client)), _library(_client->library()), _queues(queues), _process(*_client, queues) {
+JackMIDIClient::JackMIDIClient(std::unique_ptr<JackClient> client, std::shared_ptr<JackThroughput> throughput,
+                               JackMIDIQueues& queues)
+    : _client(std::move(client)),
+      _library(_client->library()),
+      _queues(queues),
+      _process(*_client, queues),
+      _throughput(std::move(throughput)),
+      _latencies(*_client, *_throughput) {
     setCallbacks();
 }
 
 JackMIDIClient::~JackMIDIClient() {
     const ScopedBrokenPipeBlock block;
+    if (_isIconSet) removeProperties();
     if (_isActive) _library.deactivate(_client->handle());
+    _throughput->setAgeOfMessages({});
     if (isDead()) return;
     // PipeWire's library keeps the memory of ports that are left to the closing of their client.
     for (const auto& input : _ports.inputs) _library.portUnregister(_client->handle(), input.port);
@@ -50,7 +57,34 @@ bool JackMIDIClient::activate() {
     return _isActive;
 }
 
+void JackMIDIClient::upkeep() {
+    _process.measureClock();
+    _latencies.update();
+    if (!std::exchange(_isIconSet, true)) _client->setIcon();
+}
+
+void JackMIDIClient::removeProperties() {
+    _client->removeIcon();
+    const auto remove = [this](const jack_port_t* port) {
+        if (const auto uuid = _client->uuidOf(port)) _client->removeProperties(*uuid);
+    };
+    for (const auto& input : _ports.inputs) remove(input.port);
+    for (const auto& output : _ports.outputs) remove(output.port);
+}
+
+std::vector<jack_port_t*> JackMIDIClient::inputs() {
+    const std::lock_guard lock(_inputsMutex);
+    return _inputs;
+}
+
 void JackMIDIClient::setCallbacks() {
+    _latencies.setHandlers(
+        {.capture = [this] { _throughput->setAgeOfMessages(_latencies.range(inputs(), JackCaptureLatency)); },
+         .playback =
+             [this] {
+                 const auto ahead = _throughput->timeToSound().value_or(JackThroughput::Range());
+                 _latencies.setRange(inputs(), JackPlaybackLatency, ahead);
+             }});
     _library.setPortRegistrationCallback(
         _client->handle(),
         [](jack_port_id_t port, int isNew, void* self) {
@@ -117,6 +151,9 @@ void JackMIDIClient::remove(jack_port_t* port) {
 void JackMIDIClient::publish(JackMIDIProcess::Ports ports) {
     _process.setPorts(std::make_unique<JackMIDIProcess::Ports>(ports));
     _ports = std::move(ports);
+    const std::lock_guard lock(_inputsMutex);
+    _inputs.clear();
+    for (const auto& input : _ports.inputs) _inputs.push_back(input.port);
 }
 
 jack_port_t* JackMIDIClient::registerPort(const std::string& name, JackPortFlags direction) const {

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "Platform/Jack/JackClient.h"
+#include "Platform/Jack/JackLatencies.h"
 #include "Platform/Jack/JackLibraries.h"
+#include "Platform/Jack/JackPresence.h"
 #include "Platform/MIDI/Jack/JackMIDIProcess.h"
 #include "Platform/MIDI/Jack/JackMIDIQueues.h"
 
@@ -27,7 +29,8 @@ class JackMIDIClient {
 
     /// Active when it is returned. Null when no server answers. The MIDI thread of the queues is woken for news, and
     /// the other one when the server goes.
-    static std::unique_ptr<JackMIDIClient> open(JackLibraries& libraries, JackMIDIQueues& queues, WakeUp& whenDead);
+    static std::unique_ptr<JackMIDIClient> open(JackLibraries& libraries, const JackPresence& presence,
+                                                JackMIDIQueues& queues, WakeUp& whenDead);
     ~JackMIDIClient();
     JackMIDIClient(const JackMIDIClient&) = delete;
     JackMIDIClient& operator=(const JackMIDIClient&) = delete;
@@ -47,16 +50,19 @@ class JackMIDIClient {
     /// All since the last time, in order. Any thread.
     std::vector<News> takeNews();
     /// To be called about every second, by one thread.
-    void measureClock() { _process.measureClock(); }
+    void upkeep();
 
   private:
-    JackMIDIClient(std::unique_ptr<JackClient> client, JackMIDIQueues& queues);
+    JackMIDIClient(std::unique_ptr<JackClient> client, std::shared_ptr<JackThroughput> throughput,
+                   JackMIDIQueues& queues);
     bool activate();
     void setCallbacks();
     void add(const News& news);
     jack_port_t* registerPort(const std::string& name, JackPortFlags direction) const;
     std::string shortName(const std::string& name, int attempt) const;
     void publish(JackMIDIProcess::Ports ports);
+    void removeProperties();
+    std::vector<jack_port_t*> inputs();
 
     const std::unique_ptr<JackClient> _client;
     const JackLibrary& _library;
@@ -64,6 +70,12 @@ class JackMIDIClient {
     JackMIDIProcess _process;
     JackMIDIProcess::Ports _ports;
     bool _isActive = false;
+
+    const std::shared_ptr<JackThroughput> _throughput;
+    JackLatencies _latencies;           // who calls `upkeep`; its handlers are called by a thread of the library
+    bool _isIconSet = false;            // who calls `upkeep`
+    std::mutex _inputsMutex;            // never held while JACK is called
+    std::vector<jack_port_t*> _inputs;  // guarded by _inputsMutex
 
     std::mutex _newsMutex;  // never held while JACK is called, and taken by the library's thread for news only
     std::vector<News> _news;

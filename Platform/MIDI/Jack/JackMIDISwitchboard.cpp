@@ -39,13 +39,13 @@ std::unique_ptr<JackMIDIClient> JackMIDISwitchboard::takeDeadClient() {
 }
 
 void JackMIDISwitchboard::upkeep() {
-    const JackMIDIClient* client = nullptr;
+    JackMIDIClient* client = nullptr;
     {
         const std::lock_guard lock(_mutex);
         if (!isServed()) return;
-        _client->measureClock();
         client = _client.get();
     }
+    client->upkeep();
     setPrettyNames(*client);
 }
 

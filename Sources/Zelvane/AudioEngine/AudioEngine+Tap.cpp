@@ -37,6 +37,7 @@ void AudioEngine::setUpStreamFormats() {
         return fail(2, "Sorry, unable to get stream format for recording from output node. Exiting.");
     }
     _streamFormats.setOutputUnit(format);
+    _platform.graph.setMessageDelay(secondsToDuration(recorderLatency()));
     Log::write("AudioEngine+Tap: [%@] succesfully got stream format for recording from output node", {kSelector});
     constexpr AudioObjectPropertyAddress kDefault{kAudioHardwarePropertyDefaultOutputDevice,
                                                   kAudioObjectPropertyScopeGlobal, 0};

@@ -4,6 +4,7 @@
 #include "Platform/Audio/Devices/DeviceName.h"
 #include "Platform/Audio/Devices/Jack/JackSinks.h"
 #include "Platform/Audio/Devices/Jack/JackStream.h"
+#include "Platform/Audio/Devices/Jack/JackWiring.h"
 #include "Platform/Jack/JackLibraries.h"
 
 #include <algorithm>
@@ -11,8 +12,6 @@
 namespace zelvane {
 
 namespace {
-
-constexpr const char* kClientName = "Zelvane";
 
 /// How often a server that is not there is looked for, however often it is asked for. Each look costs some milliseconds
 /// of the processor's time, so a list that is kept up to date for ever looks less often than a stream that is wanted.
@@ -25,7 +24,10 @@ Error failure(int code, std::string reason) {
 
 }  // namespace
 
-JackBackEnd::JackBackEnd() : _libraries(std::make_unique<JackLibraries>()) {}
+JackBackEnd::JackBackEnd(JackPresence presence)
+    : _presence(std::move(presence)),
+      _libraries(std::make_unique<JackLibraries>()),
+      _wiring(std::make_shared<JackWiring>()) {}
 
 JackBackEnd::~JackBackEnd() = default;
 
@@ -62,7 +64,20 @@ std::unique_ptr<AudioStream> JackBackEnd::open(const std::string& deviceName, co
         return nullptr;
     }
     _playing = _idle;
-    return std::make_unique<JackStream>(std::move(_idle), deviceName.empty() ? std::string() : sink->client);
+    return std::make_unique<JackStream>(std::move(_idle), deviceName.empty() ? std::string() : sink->client,
+                                        wiringFor(deviceName), _presence.throughput);
+}
+
+/// Whoever chooses another device wants to hear it. At the start the default comes first and then what was stored, and
+/// neither is a choice.
+std::shared_ptr<JackWiring> JackBackEnd::wiringFor(const std::string& deviceName) {
+    const bool isFirst = !_lastDevice;
+    if (_lastDevice == deviceName) return _wiring;
+    _lastDevice = deviceName;
+    _wiring = std::make_shared<JackWiring>();
+    if (!_presence.connectsAtStart && (isFirst || !_presence.hasStarted->load()))
+        _wiring->setUsers(JackWiring::Wires());
+    return _wiring;
 }
 
 bool JackBackEnd::isDeadClientLeft() {
@@ -81,7 +96,7 @@ std::shared_ptr<JackClient> JackBackEnd::openClient(Duration interval) {
     const TimePoint now = Clock::monotonic().now();
     if (_failedAt && now - *_failedAt < interval) return nullptr;
     _failedAt = now;
-    std::shared_ptr<JackClient> client = _libraries->openClient(kClientName);
+    std::shared_ptr<JackClient> client = _libraries->openClient(_presence.clientName.c_str());
     if (client) _failedAt.reset();
     return client;
 }

@@ -8,6 +8,13 @@
 
 namespace zelvane {
 
+JackConnections::JackConnections(const JackClient& client, std::string sink, std::shared_ptr<JackWiring> wiring)
+    : _client(client), _sink(std::move(sink)), _wiring(std::move(wiring)) {
+    const auto users = _wiring->users();
+    _isUsers = users.has_value();
+    if (users) _toLayAgain = *users;
+}
+
 void JackConnections::update(TimePoint now, bool portsWent) {
     if (portsWent) _portsWentAt = now;
     // The news and the change itself may come in either order.
@@ -15,6 +22,7 @@ void JackConnections::update(TimePoint now, bool portsWent) {
     const Wires present = presentWires();
     if (_isUsers || isRewiredByUser(present)) {
         _isUsers = true;
+        followUser(present);
         return;
     }
     const std::string sink = presentSink();
@@ -26,6 +34,30 @@ void JackConnections::update(TimePoint now, bool portsWent) {
     _awaySince.reset();
     _isSinkLost = false;
     if (sink != _connectedSink || !std::ranges::includes(present, _made)) rewire(sink, wanted, present);
+}
+
+/// A wire to a port that has gone was not taken away by the user.
+void JackConnections::followUser(const Wires& present) {
+    layAgain();
+    JackWiring::Wires wires = _wiring->users().value_or(JackWiring::Wires());
+    std::erase_if(wires, [&](const auto& wire) {
+        return !_toLayAgain.contains(wire) && _client.library().portByName(_client.handle(), wire.second.c_str());
+    });
+    for (std::size_t i = 0; i < _outputs.size(); ++i) {
+        for (const auto& [output, input] : present) {
+            if (output == _client.library().portName(_outputs[i])) wires.emplace(i, input);
+        }
+    }
+    if (!_client.isDead()) _wiring->setUsers(std::move(wires));
+}
+
+void JackConnections::layAgain() {
+    const JackLibrary& library = _client.library();
+    std::erase_if(_toLayAgain, [&](const auto& wire) {
+        const auto& [output, input] = wire;
+        if (library.portByName(_client.handle(), input.c_str()) == nullptr) return false;
+        return library.connect(_client.handle(), library.portName(_outputs[output]), input.c_str()) == 0;
+    });
 }
 
 std::string JackConnections::presentSink() const {

@@ -40,11 +40,14 @@ JackStream& self(void* argument) {
 
 }  // namespace
 
-JackStream::JackStream(std::shared_ptr<JackClient> client, const std::string& sink)
+JackStream::JackStream(std::shared_ptr<JackClient> client, const std::string& sink, std::shared_ptr<JackWiring> wiring,
+                       std::shared_ptr<JackThroughput> throughput)
     : _client(std::move(client)),
       _library(_client->library()),
       _format(formatOf(*_client)),
-      _connections(*_client, sink) {}
+      _throughput(std::move(throughput)),
+      _latencies(*_client, *_throughput),
+      _connections(*_client, sink, std::move(wiring)) {}
 
 JackStream::~JackStream() {
     {
@@ -54,7 +57,9 @@ JackStream::~JackStream() {
     _wakeUp.notify_all();
     if (_upkeep.joinable()) _upkeep.join();
     const ScopedBrokenPipeBlock block;
+    if (_isActive) removeProperties();
     if (_isActive) _library.deactivate(_client->handle());
+    _throughput->setTimeToSound({});
     if (_client->isDead()) return;
     // PipeWire's library keeps the memory of ports that are left to the closing of their client.
     for (jack_port_t* port : _ports) {
@@ -94,6 +99,7 @@ bool JackStream::registerPorts() {
 
 void JackStream::setCallbacks() {
     jack_client_t* client = _client->handle();
+    _latencies.setHandlers({.capture = [this] { tellAgeOfSound(); }, .playback = [this] { tellTimeToSound(); }});
     _library.setProcessCallback(client, processUncancelled<&JackStream::process, JackStream>, this);
     _library.setSampleRateCallback(
         client,
@@ -117,6 +123,18 @@ void JackStream::setCallbacks() {
             if (isNew == 0) self(argument)._havePortsGone.store(true);
         },
         this);
+}
+
+/// Our sound is as old as the messages that it was made of: as they were when they came, and as long as they are held
+/// back, so that they sound in even time. What comes over OSC or ALSA is new when it comes.
+void JackStream::tellAgeOfSound() {
+    const auto age = _throughput->ageOfMessages() + _renderer->latencyFrames(_library.bufferSize(_client->handle()));
+    _latencies.setRange(_ports, JackCaptureLatency, age);
+}
+
+void JackStream::tellTimeToSound() {
+    const auto ahead = _latencies.range(_ports, JackPlaybackLatency);
+    _throughput->setTimeToSound(ahead + _renderer->latencyFrames(_library.bufferSize(_client->handle())));
 }
 
 int JackStream::process(jack_nframes_t frames) noexcept {
@@ -160,7 +178,7 @@ AudioCycle JackStream::cycle(jack_nframes_t frames) noexcept {
 
 void JackStream::upkeep() {
     const ScopedBrokenPipeBlock block;
-    setPrettyNames();
+    setProperties();
     while (waitForNextUpkeep() && !_client->isDead()) upkeepOnce();
 }
 
@@ -168,6 +186,7 @@ void JackStream::upkeepOnce() {
     _connections.update(Clock::monotonic().now(), _havePortsGone.exchange(false));
     _isSinkLost.store(_connections.isSinkLost(), std::memory_order_relaxed);
     _clock.measure(_library);
+    _latencies.update();
 }
 
 bool JackStream::waitForNextUpkeep() {
@@ -175,9 +194,20 @@ bool JackStream::waitForNextUpkeep() {
     return !_wakeUp.wait_for(lock, kUpkeepInterval, [this] { return _isStopping; });
 }
 
-void JackStream::setPrettyNames() {
+void JackStream::setProperties() {
+    _client->setIcon();
     for (std::size_t i = 0; i < _ports.size(); ++i) {
-        if (const auto port = _client->uuidOf(_ports[i])) _client->setPrettyName(*port, kPortNames[i].pretty);
+        const auto port = _client->uuidOf(_ports[i]);
+        if (!port) continue;
+        _client->setPrettyName(*port, kPortNames[i].pretty);
+        _client->setOrder(*port, int(i) + 1);
+    }
+}
+
+void JackStream::removeProperties() {
+    _client->removeIcon();
+    for (const jack_port_t* each : _ports) {
+        if (const auto port = _client->uuidOf(each)) _client->removeProperties(*port);
     }
 }
 

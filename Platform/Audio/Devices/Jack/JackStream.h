@@ -6,6 +6,7 @@
 #include "Platform/Audio/Devices/Jack/JackConnections.h"
 #include "Platform/Jack/JackClient.h"
 #include "Platform/Jack/JackClock.h"
+#include "Platform/Jack/JackLatencies.h"
 
 #include <array>
 #include <atomic>
@@ -23,7 +24,8 @@ namespace zelvane {
 class JackStream final : public AudioStream {
   public:
     /// `sink` is the client whose physical inputs are to be played on, or empty for the server's default.
-    JackStream(std::shared_ptr<JackClient> client, const std::string& sink);
+    JackStream(std::shared_ptr<JackClient> client, const std::string& sink, std::shared_ptr<JackWiring> wiring,
+               std::shared_ptr<JackThroughput> throughput);
     ~JackStream() override;
 
     AudioDeviceFormat format() const override { return _format; }
@@ -42,7 +44,10 @@ class JackStream final : public AudioStream {
     void setCallbacks();
     int process(jack_nframes_t frames) noexcept;
     AudioCycle cycle(jack_nframes_t frames) noexcept;
-    void setPrettyNames();
+    void setProperties();
+    void removeProperties();
+    void tellAgeOfSound();
+    void tellTimeToSound();
     void upkeep();
     void upkeepOnce();
     bool waitForNextUpkeep();
@@ -66,6 +71,8 @@ class JackStream final : public AudioStream {
     std::atomic<bool> _isSinkLost{false};      // written by the upkeep, read by any
     std::atomic<std::uint64_t> _xruns{0};      // written by a thread of the library, read by any
 
+    const std::shared_ptr<JackThroughput> _throughput;
+    JackLatencies _latencies;      // upkeep; its handlers are called by a thread of the library
     JackConnections _connections;  // upkeep
     std::mutex _mutex;
     std::condition_variable _wakeUp;

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Jack/JackLatencies.h"
+
+#include "Platform/Jack/ScopedBrokenPipeBlock.h"
+#include "Platform/Jack/Uncancelled.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zelvane {
+
+void JackLatencies::setHandlers(Handlers handlers) {
+    _handlers = std::move(handlers);
+    if (_client.library().setLatencyCallback == nullptr) return;
+    _client.library().setLatencyCallback(
+        _client.handle(),
+        [](jack_latency_callback_mode_t mode, void* argument) {
+            const Handlers& own = static_cast<JackLatencies*>(argument)->_handlers;
+            uncancelled([&] { mode == JackCaptureLatency ? own.capture() : own.playback(); });
+        },
+        this);
+}
+
+void JackLatencies::update() {
+    const JackLibrary& library = _client.library();
+    if (library.recomputeTotalLatencies == nullptr || _client.isDead()) return;
+    const std::uint64_t changes = _throughput.changes();
+    const std::uint32_t period = library.bufferSize(_client.handle());
+    if (changes == _seenChanges && period == _seenPeriod) return;
+    _seenChanges = changes;
+    _seenPeriod = period;
+    const ScopedBrokenPipeBlock block;
+    library.recomputeTotalLatencies(_client.handle());
+}
+
+JackThroughput::Range JackLatencies::range(std::span<jack_port_t* const> ports,
+                                           jack_latency_callback_mode_t mode) const {
+    std::optional<JackThroughput::Range> all;
+    for (jack_port_t* port : ports) {
+        if (port == nullptr || _client.library().portLatencyRange == nullptr) continue;
+        jack_latency_range_t one{};
+        _client.library().portLatencyRange(port, mode, &one);
+        all = all ? JackThroughput::Range{std::min(all->least, one.min), std::max(all->most, one.max)}
+                  : JackThroughput::Range{one.min, one.max};
+    }
+    return all.value_or(JackThroughput::Range{});
+}
+
+void JackLatencies::setRange(std::span<jack_port_t* const> ports, jack_latency_callback_mode_t mode,
+                             JackThroughput::Range range) const {
+    jack_latency_range_t told{range.least, range.most};
+    for (jack_port_t* port : ports) {
+        if (port != nullptr) _client.library().setPortLatencyRange(port, mode, &told);
+    }
+}
+
+}  // namespace zelvane
