@@ -150,6 +150,14 @@ std::vector<std::uint64_t> AudioEngine::blocksRendered() const {
     return counts;
 }
 
+std::uint64_t AudioEngine::eventsOf(std::uint64_t (InstrumentUnit::*count)() const) const {
+    std::uint64_t sum = 0;
+    for (const auto& unit : _microUnits) {
+        if (const auto synthNode = unit->synthNode()) sum += (synthNode->audioUnit()->*count)();
+    }
+    return sum;
+}
+
 void AudioEngine::tellOfMissingInstrument(const std::string& name) {
     Log::write("AudioEngine: [%@] unable to connect OSC/MIDI to %@", {"setMusicDeviceFromName:", name});
     presentErrorWaiting(_application, {"MidiConfiguration", 3,

@@ -24,8 +24,11 @@ RoutedNote route(std::uint32_t midic) {
 void AudioEngine::handleNoteOnMessage(std::uint32_t midic, int velocity, int channel) {
     const RoutedNote note = route(midic);
     const auto synthNode = microUnitSynthNode(note.unit);
-    MusicDeviceMIDIEvent(synthNode ? synthNode->audioUnit() : nullptr, static_cast<std::uint32_t>(channel) + 0x8F,
-                         note.key, static_cast<std::uint32_t>(velocity), 0);
+    const std::uint32_t status = static_cast<std::uint32_t>(channel) + 0x8F;
+    const OSStatus result = MusicDeviceMIDIEvent(synthNode ? synthNode->audioUnit() : nullptr, status, note.key,
+                                                 static_cast<std::uint32_t>(velocity), 0);
+    // With another channel than 1 to 16 it was another message.
+    if (result == kNoError && (status & ~0xFU) == 0x90 && velocity != 0) PlayerCounters::add(_counters.notes);
 }
 
 void AudioEngine::handleNoteOffMessage(std::uint32_t midic, int channel) {

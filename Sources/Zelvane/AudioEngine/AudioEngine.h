@@ -18,6 +18,7 @@
 #include "Sources/Zelvane/AudioEngine/RecorderTap.h"
 #include "Sources/Zelvane/AudioEngine/RecordingReports.h"
 #include "Sources/Zelvane/AudioEngine/StreamFormats.h"
+#include "Sources/Zelvane/PlayerCounters.h"
 
 #include <array>
 #include <atomic>
@@ -178,6 +179,13 @@ class AudioEngine : public PluginWindowDelegate {
 
     AVAudioEngine& avEngine() { return *_avEngine; }
 
+    // What happened since the start. Any thread, never waited for by the player or the audio thread.
+    PlayerCounters& counters() { return _counters; }
+    /// Events that reached their unit after their frame, and those that a full queue lost, in all units there were.
+    std::uint64_t lateEvents() const { return eventsOf(&InstrumentUnit::lateEvents) + _formerLateEvents.load(); }
+    std::uint64_t lostEvents() const { return eventsOf(&InstrumentUnit::lostEvents) + _formerLostEvents.load(); }
+    std::uint64_t lostRecordingFrames() const { return _recorderTap.lostFrames(); }
+
   private:
     using SharedParameters = std::shared_ptr<InstantiateParameters>;
     struct Scan;
@@ -221,6 +229,7 @@ class AudioEngine : public PluginWindowDelegate {
     void rebuildAUViews();
     void emptyMicroUnit(MicroUnit& unit);
     bool isOfPresentSetUp(const InstantiateParameters& parameters) const;
+    std::uint64_t eventsOf(std::uint64_t (InstrumentUnit::*count)() const) const;
     bool isOffered(const AudioComponentDescription& description);
     void tellOfMissingInstrument(const std::string& name);
     std::vector<std::uint64_t> blocksRendered() const;
@@ -277,6 +286,9 @@ class AudioEngine : public PluginWindowDelegate {
     std::atomic<bool> _isListening{false};            // written by the main thread, read by the player thread
     std::atomic<bool> _isRecordingEnabled{false};     // main and player thread
     std::atomic<bool> _isRecording{false};            // written by the main thread, read by the audio thread too
+    PlayerCounters _counters;
+    std::atomic<std::uint64_t> _formerLateEvents{0};  // of units that are gone; written by the main thread, read by all
+    std::atomic<std::uint64_t> _formerLostEvents{0};  // in the same way
 
     // Main thread, but for what the tap has of its own.
     RecorderTap _recorderTap;
