@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Audio/Units/MIDIRefusals.h"
 #include "Sources/AppDelegate.h"
 
 namespace zelvane {
@@ -43,8 +44,9 @@ PlayerCounts AppDelegate::counts() {
             .midiMessages = read(counters.midiMessages),
             .notes = read(counters.notes),
             .queuedNotes = read(counters.queuedNotes),
-            .lateEvents = engine.lateEvents(),
-            .lostEvents = engine.lostEvents(),
+            .lateEvents = _platform.graph.lateEvents(),
+            .refusedEvents = refusedMIDIEvents(),
+            .lostEvents = read(counters.lostEvents),
             .xruns = _platform.controller.status().xruns,
             .droppedFrames = engine.lostRecordingFrames()};
 }
@@ -62,7 +64,7 @@ PlayerReport AppDelegate::report() {
     report.state = stateOf(*_zelvane);
     report.port = _zelvane->listeningPort();
     if (const auto& input = _zelvane->midiInput()) report.midiInput = input->displayName();
-    report.instrument = engine.currentMusicDevice();
+    report.instrument = engine.loadedMusicDevice();
     report.microtones = wordFor(engine.microtonesOfMusicDevice(report.instrument));
     report.messageDelay = static_cast<double>(engine.recorderLatency());
     if (_zelvane->isRecordingEnabled() || _zelvane->isRecording()) report.recording = engine.audioFileUrl();

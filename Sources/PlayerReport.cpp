@@ -18,7 +18,7 @@ struct CountName {
     std::uint64_t PlayerCounts::*count;
 };
 
-constexpr std::array<CountName, 12> kCounts{{
+constexpr std::array<CountName, 13> kCounts{{
     {"oscMessages", "OSC messages", &PlayerCounts::oscMessages},
     {"refusedMessages", "refused messages", &PlayerCounts::refusedMessages},
     {"ignoredPackets", "ignored packets", &PlayerCounts::ignoredPackets},
@@ -28,6 +28,7 @@ constexpr std::array<CountName, 12> kCounts{{
     {"notes", "notes", &PlayerCounts::notes},
     {"queuedNotes", "notes in the queue", &PlayerCounts::queuedNotes},
     {"lateEvents", "late events", &PlayerCounts::lateEvents},
+    {"refusedEvents", "refused events", &PlayerCounts::refusedEvents},
     {"lostEvents", "lost events", &PlayerCounts::lostEvents},
     {"xruns", "xruns", &PlayerCounts::xruns},
     {"droppedFrames", "dropped frames", &PlayerCounts::droppedFrames},

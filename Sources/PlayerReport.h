@@ -18,10 +18,11 @@ struct PlayerCounts {
     std::uint64_t unreadablePackets = 0;  ///< that were no OSC
     std::uint64_t lostPackets = 0;        ///< of OSC, that came faster than they could be taken
     std::uint64_t midiMessages = 0;
-    std::uint64_t notes = 0;        ///< begun
-    std::uint64_t queuedNotes = 0;  ///< that now wait in the stream
-    std::uint64_t lateEvents = 0;   ///< that reached an instrument after their time, and were played at once
-    std::uint64_t lostEvents = 0;   ///< for which there was no room
+    std::uint64_t notes = 0;          ///< begun
+    std::uint64_t queuedNotes = 0;    ///< that now wait in the stream
+    std::uint64_t lateEvents = 0;     ///< that reached an instrument after their time, and were played at once
+    std::uint64_t refusedEvents = 0;  ///< that no instrument takes: notes out of range
+    std::uint64_t lostEvents = 0;     ///< for which there was no room
     std::uint64_t xruns = 0;
     std::uint64_t droppedFrames = 0;  ///< of recordings, that are silence there
 

@@ -71,12 +71,12 @@ class OSCConnection {
     class Inbox;
     class Receiver;
     class Socket;
+    std::atomic<std::uint64_t> _unreadable{0};  // written by the reader, read by all
+    std::atomic<std::uint64_t> _lost{0};        // in the same way
     std::unique_ptr<Socket> _socket;
     std::unique_ptr<Receiver> _receiver;
     OSCConnectionDelegate* _delegate = nullptr;
     bool _continuously = false;
-    std::atomic<std::uint64_t> _unreadable{0};  // written by the reader, read by all
-    std::atomic<std::uint64_t> _lost{0};        // in the same way
 };
 
 }  // namespace zelvane

@@ -13,6 +13,7 @@ struct PlayerCounters {
     std::atomic<std::uint64_t> ignoredPackets{0};   ///< that came while the player did not listen or had no instrument
     std::atomic<std::uint64_t> midiMessages{0};
     std::atomic<std::uint64_t> notes{0};        ///< begun, wherever they came from
+    std::atomic<std::uint64_t> lostEvents{0};   ///< for which a unit had no room
     std::atomic<std::uint64_t> queuedNotes{0};  ///< that now wait in the stream
 
     static void add(std::atomic<std::uint64_t>& counter) { counter.fetch_add(1, std::memory_order_relaxed); }

@@ -39,13 +39,14 @@ TEST(PlayerCounters, TellWhatBecameOfEveryMessage) {
 TEST(PlayerCounters, LateEventsOfAUnitThatIsGoneStillCount) {
     DecoderRig rig;
     rig.rig.renderUntil(500ms);
-    EXPECT_EQ(rig.engine.lateEvents(), 0U);
+    const RenderGraph& graph = rig.rig.platform.graph;
+    EXPECT_EQ(graph.lateEvents(), 0U);
     rig.rig.loop.performAt(DrivenClock::kStart + 100ms, [&] { rig.engine.handleNoteOnMessage(6000, 100, 1); });
     rig.rig.renderUntil(600ms);
     EXPECT_EQ(rig.notes().size(), 1U);
-    EXPECT_EQ(rig.engine.lateEvents(), 1U);
+    EXPECT_EQ(graph.lateEvents(), 1U);
     rig.engine.removeMicroUnit(10);
-    EXPECT_EQ(rig.engine.lateEvents(), 1U);
+    EXPECT_EQ(graph.lateEvents(), 1U);
 }
 
 }  // namespace

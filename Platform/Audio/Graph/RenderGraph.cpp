@@ -78,7 +78,10 @@ void RenderGraph::renderSlice(RenderState* state, const AudioCycle& cycle, std::
 void RenderGraph::mixUnits(const RenderState& state, std::uint32_t frames) noexcept {
     const UnitBlock block{_clock, _frame, latencyFrames(), frames, _unitLeft.data(), _unitRight.data()};
     for (InstrumentUnit* unit : state.units) {
+        const std::uint64_t lateBefore = unit->lateEvents();
         if (unit->render(block)) add(frames);
+        const std::uint64_t late = unit->lateEvents() - lateBefore;
+        if (late > 0) _lateEvents.fetch_add(late, std::memory_order_relaxed);
     }
 }
 

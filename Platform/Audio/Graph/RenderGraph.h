@@ -38,6 +38,9 @@ class RenderGraph : public AudioRenderer {
     /// Frames from an event's time to the frame at which it is played; 0 before the first cycle. Any thread.
     std::int64_t latencyFrames() const { return _latencyFrames.load(std::memory_order_relaxed); }
 
+    /// Events that reached their unit after their frame, in all units there were. Any thread.
+    std::uint64_t lateEvents() const { return _lateEvents.load(std::memory_order_relaxed); }
+
     /// Blocks of a unit that were left out because they held what is no sound. Any thread.
     std::uint64_t mutedBlocks() const { return _mutedBlocks.load(std::memory_order_relaxed); }
 
@@ -55,6 +58,7 @@ class RenderGraph : public AudioRenderer {
     RenderStateCell _cell;
     std::atomic<float> _volume{1};                // written by control threads, read by the audio thread
     std::atomic<std::uint64_t> _mutedBlocks{0};   // written by the audio thread, read by all
+    std::atomic<std::uint64_t> _lateEvents{0};    // written by the audio thread, read by all
     std::atomic<std::int64_t> _latencyFrames{0};  // written by the audio thread, read by all
 
     mutable std::mutex _formatMutex;  // control threads against each other

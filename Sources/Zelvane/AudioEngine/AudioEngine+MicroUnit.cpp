@@ -179,8 +179,6 @@ void AudioEngine::emptyMicroUnit(MicroUnit& unit) {
         synthNode->audioUnit()->propertyListeners().removeAllOf(this);
         synthNode->audioUnit()->parameterListeners().removeAllOf(_ref);
         _avEngine->detachNode(synthNode);
-        _formerLateEvents += synthNode->audioUnit()->lateEvents();
-        _formerLostEvents += synthNode->audioUnit()->lostEvents();
     }
     unit.setContents({});
 }

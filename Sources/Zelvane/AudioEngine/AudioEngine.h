@@ -58,6 +58,8 @@ class AudioEngine : public PluginWindowDelegate {
     /// What plays now, as it stands in the tables; empty when it doesn't.
     std::string currentAudioDevice() const;
     std::string currentMusicDevice();
+    /// The same for whoever must not get in the way of notes, which look up units all the time.
+    std::string loadedMusicDevice() const;
     /// Switches the instrument and returns when it is set up; what sounds ends. With a name that is not in the table,
     /// or of one that is not there any more, it tells the user, and the present one stays.
     void setMusicDeviceFromName(const std::string& name);
@@ -181,9 +183,6 @@ class AudioEngine : public PluginWindowDelegate {
 
     // What happened since the start. Any thread, never waited for by the player or the audio thread.
     PlayerCounters& counters() { return _counters; }
-    /// Events that reached their unit after their frame, and those that a full queue lost, in all units there were.
-    std::uint64_t lateEvents() const { return eventsOf(&InstrumentUnit::lateEvents) + _formerLateEvents.load(); }
-    std::uint64_t lostEvents() const { return eventsOf(&InstrumentUnit::lostEvents) + _formerLostEvents.load(); }
     std::uint64_t lostRecordingFrames() const { return _recorderTap.lostFrames(); }
 
   private:
@@ -229,7 +228,6 @@ class AudioEngine : public PluginWindowDelegate {
     void rebuildAUViews();
     void emptyMicroUnit(MicroUnit& unit);
     bool isOfPresentSetUp(const InstantiateParameters& parameters) const;
-    std::uint64_t eventsOf(std::uint64_t (InstrumentUnit::*count)() const) const;
     bool isOffered(const AudioComponentDescription& description);
     void tellOfMissingInstrument(const std::string& name);
     std::vector<std::uint64_t> blocksRendered() const;
@@ -238,6 +236,8 @@ class AudioEngine : public PluginWindowDelegate {
                       bool isUsable);
     void whitelist(const AVAudioUnitComponent& component, const std::string& instanceName);
     void endForUnusable(const AVAudioUnitComponent& component);
+
+    OSStatus play(std::int32_t unit, std::uint32_t status, std::uint32_t data1, std::uint32_t data2);
 
     void endPropertySources();
     void removeParameterListeners(const ListenedParameter& listened, bool log);
@@ -287,8 +287,6 @@ class AudioEngine : public PluginWindowDelegate {
     std::atomic<bool> _isRecordingEnabled{false};     // main and player thread
     std::atomic<bool> _isRecording{false};            // written by the main thread, read by the audio thread too
     PlayerCounters _counters;
-    std::atomic<std::uint64_t> _formerLateEvents{0};  // of units that are gone; written by the main thread, read by all
-    std::atomic<std::uint64_t> _formerLostEvents{0};  // in the same way
 
     // Main thread, but for what the tap has of its own.
     RecorderTap _recorderTap;
