@@ -189,8 +189,8 @@ TEST(SavePanel, OffersTheNameAndTakesAnother) {
 }
 
 TEST(StatusText, TellsTheCountsOfWhatWasPlayedAndWhatWentWrong) {
-    PlayerStatus status{.isListening = true, .isRecordingEnabled = true, .port = 3000, .device = "null"};
-    status.counts.xruns = 2;
+    PlayerStatus status{
+        .isListening = true, .isRecordingEnabled = true, .port = 3000, .device = "null", .counts = {.xruns = 2}};
     const std::string state = "Zelvane listens on port 3000 and plays on null.\nA recording begins with the next note.";
     EXPECT_EQ(statusText(status), state) << "nothing was played yet";
     status.counts = {.oscMessages = 4, .midiMessages = 3, .notes = 5};
