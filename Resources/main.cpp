@@ -125,8 +125,8 @@ void hideMissingDisplay() {
 }
 
 /// Of several players that share their settings, each would undo what the other stores.
-int yieldToFirst(const Options& options) {
-    if (options.isHeadless || askFirstInstance(preferencesFolder(), std::string(kShow)).text != kShown)
+int yieldTo(const OneInstance& instance, const Options& options) {
+    if (options.isHeadless || instance.askFirst(std::string(kShow)).text != kShown)
         return complain("it runs already, and one is enough for these settings.", kFailure);
     std::cout << "Zelvane: it runs already and was brought up\n";
     return 0;
@@ -175,7 +175,7 @@ std::unique_ptr<Desktop> desktopFor(const Options& options, const DesktopService
 int play(const Options& options) {
     hideMissingDisplay();
     OneInstance instance(preferencesFolder());
-    if (!instance.isFirst()) return yieldToFirst(options);
+    if (!instance.isFirst()) return yieldTo(instance, options);
     RunLoop mainRunLoop;
     mainRunLoop.attachToCurrentThread();
     const TerminationSignals signals([&mainRunLoop] { mainRunLoop.end(); });

@@ -56,7 +56,7 @@ PlayerReport AppDelegate::report() {
     report.upTime = std::chrono::duration_cast<std::chrono::milliseconds>(RunLoop::now() - _startTime);
     report.replyPort = static_cast<std::uint16_t>(_defaults.integer("outPort"));
     report.output = _platform.controller.status();
-    report.latencyFrames = _platform.graph.latencyFrames();
+    report.latencyFrames = _platform.graph.eventLatencyFrames();
     report.microtones = wordFor(Microtones::unknown);
     // While it starts, this thread serves its run loop too.
     if (_zelvane == nullptr) return report;

@@ -108,7 +108,8 @@ InstanceAnswer askFirstInstance(const std::filesystem::path& sharedFolder, const
     return {answered, *std::move(answer)};
 }
 
-OneInstance::OneInstance(const std::filesystem::path& sharedFolder) : _socket(makeSocket()) {
+OneInstance::OneInstance(const std::filesystem::path& sharedFolder)
+    : _sharedFolder(sharedFolder), _socket(makeSocket()) {
     const Address address(addressName(sharedFolder));
     if (::bind(_socket.number(), address.get(), address.length) == 0 && ::listen(_socket.number(), 8) == 0) return;
     _isFirst = errno != EADDRINUSE;

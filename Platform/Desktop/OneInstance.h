@@ -48,6 +48,9 @@ class OneInstance {
     /// Whether no other player runs; also where that can't be found out.
     bool isFirst() const { return _isFirst; }
 
+    /// Asks the first, when this isn't it.
+    InstanceAnswer askFirst(const std::string& request) const { return askFirstInstance(_sharedFolder, request); }
+
     /// Has the handler called, on a thread of its own, when this player is asked something; an empty one ends that, and
     /// when this returns the handler before it is not called any more. When this is the first.
     void answerWith(Handler handler);
@@ -56,6 +59,7 @@ class OneInstance {
     void stopServing();
     void serve(const Handler& handler) const;
 
+    const std::filesystem::path _sharedFolder;
     FileDescriptor _socket;  // in the abstract name space, which forgets the address with the process
     bool _isFirst = true;
     FileDescriptor _stop;

@@ -149,7 +149,7 @@ TEST(OSCReference, TheStreamOfItsExampleIsPlayedAtTheDatesAndPitchesThatItGives)
     std::vector<std::pair<double, int>> written, played;
     for (const auto& row : table("| Date (ms) | Midic |")) written.emplace_back(std::stod(row[0]), std::stoi(row[1]));
     rig.rig.renderUntil(6s);
-    const auto latency = static_cast<double>(rig.rig.platform.graph.latencyFrames());
+    const auto latency = static_cast<double>(rig.rig.platform.graph.eventLatencyFrames());
     for (int number = 10; number >= 1; --number) {
         for (const PlayedEvent& event : rig.eventsOf(number)) {
             if ((event.status & 0xF0) != 0x90) continue;

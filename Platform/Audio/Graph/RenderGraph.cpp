@@ -76,7 +76,7 @@ void RenderGraph::renderSlice(RenderState* state, const AudioCycle& cycle, std::
 }
 
 void RenderGraph::mixUnits(const RenderState& state, std::uint32_t frames) noexcept {
-    const UnitBlock block{_clock, _frame, latencyFrames(), frames, _unitLeft.data(), _unitRight.data()};
+    const UnitBlock block{_clock, _frame, eventLatencyFrames(), frames, _unitLeft.data(), _unitRight.data()};
     for (InstrumentUnit* unit : state.units) {
         const std::uint64_t lateBefore = unit->lateEvents();
         if (unit->render(block)) add(frames);

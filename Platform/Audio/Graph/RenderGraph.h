@@ -36,7 +36,7 @@ class RenderGraph : public AudioRenderer {
     void render(const AudioCycle& cycle) noexcept override;
 
     /// Frames from an event's time to the frame at which it is played; 0 before the first cycle. Any thread.
-    std::int64_t latencyFrames() const { return _latencyFrames.load(std::memory_order_relaxed); }
+    std::int64_t eventLatencyFrames() const { return _latencyFrames.load(std::memory_order_relaxed); }
 
     /// Events that reached their unit after their frame, in all units there were. Any thread.
     std::uint64_t lateEvents() const { return _lateEvents.load(std::memory_order_relaxed); }
