@@ -76,12 +76,13 @@ std::optional<UsageError> readMessage(Options& options, std::vector<std::string>
 }
 
 std::optional<Options::Command> plainCommand(std::string_view word) {
-    constexpr std::array<std::pair<std::string_view, Options::Command>, 5> kCommands{{
+    constexpr std::array<std::pair<std::string_view, Options::Command>, 6> kCommands{{
         {"--help", Options::Command::help},
         {"--version", Options::Command::version},
         {"--list-devices", Options::Command::listDevices},
         {"--list-instruments", Options::Command::listInstruments},
         {"--list-midi", Options::Command::listMIDI},
+        {"--status", Options::Command::status},
     }};
     for (const auto& [name, command] : kCommands) {
         if (word == name) return command;
@@ -100,6 +101,10 @@ std::optional<UsageError> readOption(Options& options, const std::string& word, 
     }
     if (word == "--all") {
         options.listsAll = true;
+        return std::nullopt;
+    }
+    if (word == "--json") {
+        options.wantsJson = true;
         return std::nullopt;
     }
     if (word == "--send") return readMessage(options, words.rest());
@@ -125,6 +130,8 @@ std::variant<Options, UsageError> parseOptions(std::span<const std::string> argu
     }
     if (options.listsAll && options.command != Options::Command::listInstruments)
         return UsageError{"--all goes with --list-instruments."};
+    if (options.wantsJson && options.command != Options::Command::status)
+        return UsageError{"--json goes with --status."};
     return options;
 }
 
@@ -141,6 +148,7 @@ std::string usage() {
            "  --list-instruments    print the instruments, one a line, and leave; behind a tab stands what one can't\n"
            "                        do; with --all also those that are not offered, and why\n"
            "  --list-midi           print the MIDI inputs, one a line, and leave\n"
+           "  --status              print how the running player stands, and leave; with --json as JSON\n"
            "  --check FILE...       print what the player makes of .scl and .kbm files, and leave\n"
            "  --send ADDRESS [ARGUMENT...]\n"
            "                        send one OSC message to the player and leave; whole numbers go as integers,\n"

@@ -12,10 +12,11 @@ namespace zelvane {
 
 /// What the command line asks for.
 struct Options {
-    enum class Command { play, help, version, listDevices, listInstruments, listMIDI, check, send };
+    enum class Command { play, help, version, listDevices, listInstruments, listMIDI, check, send, status };
 
     Command command = Command::play;
     bool isHeadless = false;
+    bool wantsJson = false;                                     ///< of the status
     bool listsAll = false;                                      ///< also the instruments that are not offered
     std::vector<std::pair<std::string, std::string>> defaults;  ///< user defaults for this run
     std::optional<std::string> device;                          ///< output device for this run

@@ -32,7 +32,8 @@ namespace {
 constexpr int kFailure = 1;
 constexpr int kUsageFailure = 2;
 
-// What the running player answers to one that was started after it.
+// What a player asks the one that runs already, and what that one answers to the first.
+constexpr std::string_view kShow = "show", kStatus = "status", kStatusAsJson = "status json";
 constexpr std::string_view kShown = "shown", kHidden = "hidden";
 
 int complain(const std::string& sentence, int status) {
@@ -126,17 +127,40 @@ void hideMissingDisplay() {
 
 /// Of several players that share their settings, each would undo what the other stores.
 int yieldTo(const OneInstance& instance, const Options& options) {
-    const auto answer = options.isHeadless ? std::nullopt : instance.callFirst();
-    if (answer != kShown) return complain("it runs already, and one is enough for these settings.", kFailure);
+    if (options.isHeadless || instance.askFirst(std::string(kShow)).text != kShown)
+        return complain("it runs already, and one is enough for these settings.", kFailure);
     std::cout << "Zelvane: it runs already and was brought up\n";
     return 0;
 }
 
-void answerLaterStarts(OneInstance& instance, RunLoop& mainRunLoop, Shell& shell) {
-    instance.answerWith([&] {
-        bool isShown = false;
-        mainRunLoop.perform([&] { isShown = shell.bringUp(); }, RunLoop::Wait::yes);
-        return isShown ? std::string(kShown) : std::string(kHidden);
+int status(const Options& options) {
+    const std::string request(options.wantsJson ? kStatusAsJson : kStatus);
+    const InstanceAnswer answer = askFirstInstance(preferencesFolder(), request);
+    switch (answer.outcome) {
+        case InstanceAnswer::Outcome::answered:
+            std::cout << answer.text;
+            return 0;
+        case InstanceAnswer::Outcome::noPlayer:
+            return complain("no player runs with these settings.", kFailure);
+        case InstanceAnswer::Outcome::silent:
+            return complain("the player runs, but has not answered within " +
+                                std::to_string(kInstancePatience.count()) + " seconds.",
+                            kFailure);
+    }
+    return kFailure;
+}
+
+std::string answerTo(const std::string& request, AppDelegate& application, Shell& shell) {
+    if (request == kStatus) return reportText(application.report());
+    if (request == kStatusAsJson) return reportJson(application.report());
+    return std::string(shell.bringUp() ? kShown : kHidden);
+}
+
+void answerOthers(OneInstance& instance, RunLoop& mainRunLoop, AppDelegate& application, Shell& shell) {
+    instance.answerWith([&](const std::string& request) {
+        std::string answer;
+        mainRunLoop.perform([&] { answer = answerTo(request, application, shell); }, RunLoop::Wait::yes);
+        return answer;
     });
 }
 
@@ -174,7 +198,7 @@ int play(const Options& options) {
     Shell& shell = desktop != nullptr ? desktop->shell() : console;
     if (desktop != nullptr) platform.components.setViewControllerProvider(desktop->viewControllers());
     AppDelegate application(mainRunLoop, platform, defaults, shell);
-    answerLaterStarts(instance, mainRunLoop, shell);
+    answerOthers(instance, mainRunLoop, application, shell);
     application.applicationDidFinishLaunching(desktop == nullptr);
     if (options.record) application.enableRecording(std::filesystem::absolute(*options.record));
     session.begin(defaults);
@@ -204,6 +228,8 @@ int run(const Options& options) {
             return check(options);
         case Options::Command::send:
             return send(options);
+        case Options::Command::status:
+            return status(options);
         case Options::Command::play:
             return play(options);
     }

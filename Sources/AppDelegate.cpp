@@ -74,6 +74,7 @@ void AppDelegate::removePlayerThread() {
 void AppDelegate::applicationWillTerminate() {
     if (!_playerThread.joinable()) return;
     _platform.components.setChangeHandler({});
+    if (_countsTimer != nullptr) _countsTimer->invalidate();
     if (_zelvane != nullptr && _zelvane->isRecording()) _zelvane->stopRecording();
     if (_zelvane != nullptr && _zelvane->isListening()) startStopListening();
     _playerRunLoop.perform([this] { removePlayerThread(); }, RunLoop::Wait::yes);
@@ -151,8 +152,7 @@ void AppDelegate::preferencesDialog() {
 
 void AppDelegate::statusDidChange() {
     showImage();
-    _shell.showStatus({_zelvane->isListening(), _zelvane->isRecordingEnabled(), _zelvane->isRecording(),
-                       _zelvane->listeningPort(), _platform.controller.status().current.device});
+    showStatus();
 }
 
 void AppDelegate::showImage() {

@@ -5,6 +5,7 @@
 #include "Platform/Foundation/Timer.h"
 #include "Platform/Foundation/UserDefaults.h"
 #include "Sources/Application.h"
+#include "Sources/PlayerReport.h"
 #include "Sources/Shell.h"
 #include "Sources/Zelvane/Zelvane.h"
 
@@ -57,6 +58,7 @@ class AppDelegate : public Application {
     /// None when the user would rather not.
     std::optional<std::filesystem::path> urlFromUser(const std::vector<std::string>& allowedTypes);
     void statusDidChange() override;
+    void didReceive() override;
     void blinkStatusIsRecording();
 
     /// Ends the program with that status. Any thread.
@@ -73,9 +75,15 @@ class AppDelegate : public Application {
 
     Zelvane* zelvane() { return _zelvane.get(); }
 
+    /// How the player stands, for whoever asks.
+    PlayerReport report();
+    PlayerCounts counts();
+
   private:
     void musicDevicesDidChange();
     void showImage();
+    void showStatus();
+    void showCounts();
     void installRunLoopInPlayerThread();
     void playerThreadDummyTimerDo() {}
     void removePlayerThread();
@@ -84,6 +92,7 @@ class AppDelegate : public Application {
     AudioPlatform& _platform;
     UserDefaults& _defaults;
     Shell& _shell;
+    const TimePoint _startTime = RunLoop::now();
 
     RunLoop _playerRunLoop;
     std::shared_ptr<Timer> _playerThreadDummyTimer;  // player thread
@@ -91,6 +100,8 @@ class AppDelegate : public Application {
     std::jthread _playerThread;
 
     std::shared_ptr<Timer> _zelvaneIsRecordingEnabledTimer;
+    std::shared_ptr<Timer> _countsTimer;  // while the counts change
+    PlayerCounts _shownCounts;
     bool _bindToAddressSucceeded = false;
     bool _preferencesDialogIsOpen = false;
     std::atomic<int> _exitStatus{0};  // written by whoever ends the program, read by the main thread

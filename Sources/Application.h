@@ -35,6 +35,9 @@ class Application {
     /// Brings what is shown of listening and recording up to date. Main thread.
     virtual void statusDidChange() = 0;
 
+    /// Something came in to be played. Main thread.
+    virtual void didReceive() {}
+
     /// The window that shows how far the search for an instrument's properties has come. Main thread.
     virtual void showScanProgress(const std::string& instrument) = 0;
     virtual void incrementScanProgress(std::uint32_t propertyID) = 0;

@@ -3,6 +3,7 @@
 
 #include "Platform/Foundation/Error.h"
 #include "Sources/Application.h"
+#include "Sources/PlayerReport.h"
 #include "Sources/PluginWindow.h"
 #include "Sources/StatusItem.h"
 
@@ -24,6 +25,7 @@ struct PlayerStatus {
     bool isRecording = false;
     std::uint16_t port = 0;  ///< on which it listens
     std::string device;      ///< what plays
+    PlayerCounts counts;
 
     bool operator==(const PlayerStatus&) const = default;
 };
@@ -40,6 +42,8 @@ class Shell {
     virtual void presentAlert(const Error& error, bool endsProgram) = 0;
     /// In words, beside the status item's image.
     virtual void showStatus(const PlayerStatus& status) = 0;
+    /// Whether the counts are shown too, which then come once a second while they change.
+    virtual bool showsCounts() const { return false; }
     /// Tells of a recording that is finished.
     virtual void showRecording(const RecordingSummary& recording) = 0;
 

@@ -2,6 +2,7 @@
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
+pkg_check_modules(json REQUIRED IMPORTED_TARGET nlohmann_json)
 pkg_check_modules(fluidsynth REQUIRED IMPORTED_TARGET fluidsynth>=2.3)
 # What the libraries that FluidSynth is made with want defined is not for those who use its header, and precompiled headers
 # have to be compiled like the files that use them.

@@ -16,6 +16,7 @@ build  libpulse-dev         pc:libpulse                          sound through P
 build  liblilv-dev          pc:lilv-0                            LV2 instruments
 build  lv2-dev              pc:lv2                               LV2 instruments (headers)
 build  libplist-dev         pc:libplist-2.0                      the files that settings are kept in
+build  nlohmann-json3-dev   pc:nlohmann_json                     the report of --status as JSON
 build  libavformat-dev      pc:libavformat                       recordings: the file format (FFmpeg 5.1)
 build  libavcodec-dev       pc:libavcodec                        recordings: Apple Lossless
 build  libavutil-dev        pc:libavutil                         recordings: what these two work with
@@ -44,6 +45,7 @@ test   locales              file:/usr/share/i18n/locales/de_DE   a locale whose 
 test   dbus                 cmd:dbus-run-session                 a session of its own for servers
 test   ffmpeg               cmd:ffprobe                          a reader of recordings that is not ours
 test   liblo-tools          cmd:oscsend                          a client that is not ours
+test   python3              cmd:python3                          runs an example
 test   mda-lv2              file:/usr/lib/lv2/mda.lv2/manifest.ttl   light instruments, one that bends and one that doesn't
 test   calf-plugins         file:/usr/lib/lv2/calf.lv2/manifest.ttl  an instrument with state of its own
 test   zynaddsubfx-lv2      file:/usr/lib/lv2/ZynAddSubFX.lv2/manifest.ttl  a heavy instrument

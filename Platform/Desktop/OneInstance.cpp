@@ -9,18 +9,25 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 namespace zelvane {
 
 namespace {
 
-constexpr int kPatienceInMilliseconds = 5000;
-constexpr std::size_t kLongestAnswer = 1024;
+using std::chrono::milliseconds;
+using Time = std::chrono::steady_clock;
+
+// Whoever connects says at once what it wants.
+constexpr milliseconds kPatienceForRequest{1000};
+constexpr std::size_t kLongestText = 65'536;
 
 struct Address {
     explicit Address(const std::string& name)
@@ -43,13 +50,37 @@ std::string addressName(const std::filesystem::path& sharedFolder) {
     return "zelvane-" + std::to_string(::getuid()) + "-" + std::to_string(mark);
 }
 
-FileDescriptor makeSocket(int flags) {
-    return FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
+FileDescriptor makeSocket() {
+    return FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
 }
 
-bool isReadable(int descriptor, int milliseconds) {
-    pollfd readable{descriptor, POLLIN, 0};
-    return ::poll(&readable, 1, milliseconds) > 0;
+/// What the other side sends until it ends its sending; none when it has not by then, or sends without end. What
+/// `watched` has to say (a descriptor, or -1) ends the waiting too.
+std::optional<std::string> readAll(int socket, Time::time_point end, int watched) {
+    std::string text;
+    std::array<char, 4096> piece{};
+    for (;;) {
+        const auto left = std::chrono::ceil<milliseconds>(end - Time::now()).count();
+        std::array<pollfd, 2> waited{{{socket, POLLIN, 0}, {watched, POLLIN, 0}}};
+        const int ready = ::poll(waited.data(), waited.size(), static_cast<int>(std::max<std::int64_t>(left, 0)));
+        if (ready < 0 && errno == EINTR) continue;
+        if (ready <= 0 || waited[1].revents != 0) return std::nullopt;
+        const auto length = ::read(socket, piece.data(), piece.size());
+        if (length == 0) return text;
+        if (length < 0 || text.size() > kLongestText) return std::nullopt;
+        text.append(piece.data(), static_cast<std::size_t>(length));
+    }
+}
+
+void sendAll(int socket, const std::string& text) {
+    [[maybe_unused]] const auto sent = ::send(socket, text.data(), text.size(), MSG_NOSIGNAL);
+    ::shutdown(socket, SHUT_WR);
+}
+
+/// For connecting too, which waits while more ask than are listened to.
+void limitWaiting(int socket, milliseconds limit) {
+    const timeval time{.tv_sec = limit.count() / 1000, .tv_usec = limit.count() % 1000 * 1000};
+    ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time);
 }
 
 /// Anybody may take an address of that name space.
@@ -61,9 +92,25 @@ bool isOfThisUser(int socket) {
 
 }  // namespace
 
+InstanceAnswer askFirstInstance(const std::filesystem::path& sharedFolder, const std::string& request,
+                                milliseconds patience) {
+    using enum InstanceAnswer::Outcome;
+    const auto end = Time::now() + patience;
+    const FileDescriptor socket = makeSocket();
+    const Address address(addressName(sharedFolder));
+    limitWaiting(socket.number(), patience);
+    if (::connect(socket.number(), address.get(), address.length) != 0)
+        return {errno == ECONNREFUSED ? noPlayer : silent, {}};
+    if (!isOfThisUser(socket.number())) return {noPlayer, {}};
+    sendAll(socket.number(), request);
+    auto answer = readAll(socket.number(), end, -1);
+    if (!answer || answer->empty()) return {silent, {}};
+    return {answered, *std::move(answer)};
+}
+
 OneInstance::OneInstance(const std::filesystem::path& sharedFolder)
-    : _address(addressName(sharedFolder)), _socket(makeSocket(0)) {
-    const Address address(_address);
+    : _sharedFolder(sharedFolder), _socket(makeSocket()) {
+    const Address address(addressName(sharedFolder));
     if (::bind(_socket.number(), address.get(), address.length) == 0 && ::listen(_socket.number(), 8) == 0) return;
     _isFirst = errno != EADDRINUSE;
     _socket.close();
@@ -80,24 +127,12 @@ void OneInstance::stopServing() {
     _server.join();
 }
 
-std::optional<std::string> OneInstance::callFirst() const {
-    const FileDescriptor socket = makeSocket(0);
-    const Address address(_address);
-    if (::connect(socket.number(), address.get(), address.length) != 0 || !isOfThisUser(socket.number()))
-        return std::nullopt;
-    if (!isReadable(socket.number(), kPatienceInMilliseconds)) return std::nullopt;
-    std::array<char, kLongestAnswer> answer{};
-    const auto length = ::read(socket.number(), answer.data(), answer.size());
-    if (length <= 0) return std::nullopt;
-    return std::string(answer.data(), static_cast<std::size_t>(length));
-}
-
 void OneInstance::answerWith(Handler handler) {
     stopServing();
     if (!_socket.isOpen() || !handler) return;
     _stop = FileDescriptor(::eventfd(0, EFD_CLOEXEC));
     _server =
-        startThread("zelvane-starts", ThreadRole::ordinary, [this, handler = std::move(handler)] { serve(handler); });
+        startThread("zelvane-asked", ThreadRole::ordinary, [this, handler = std::move(handler)] { serve(handler); });
 }
 
 void OneInstance::serve(const Handler& handler) const {
@@ -106,8 +141,8 @@ void OneInstance::serve(const Handler& handler) const {
         if (waited[1].revents != 0) return;
         const FileDescriptor caller(::accept4(_socket.number(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!caller.isOpen() || !isOfThisUser(caller.number())) continue;
-        const std::string answer = handler();
-        [[maybe_unused]] const auto sent = ::send(caller.number(), answer.data(), answer.size(), MSG_NOSIGNAL);
+        const auto request = readAll(caller.number(), Time::now() + kPatienceForRequest, _stop.number());
+        if (request) sendAll(caller.number(), handler(*request));
     }
 }
 

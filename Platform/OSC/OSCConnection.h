@@ -4,6 +4,7 @@
 #include "Platform/Foundation/Error.h"
 #include "Platform/OSC/OSCPacket.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -47,6 +48,16 @@ class OSCConnection {
     /// and the sender (the same once for each sender), what the kernel had to drop is counted and logged.
     void receivePacket();
 
+    /// What became of packets since the connection was made, over all its sockets.
+    struct Counts {
+        std::uint64_t unreadable = 0;  ///< that are no OSC
+        std::uint64_t lost = 0;        ///< that the kernel had to drop, as far as the reader has noticed
+    };
+    /// Any thread.
+    Counts counts() const {
+        return {_unreadable.load(std::memory_order_relaxed), _lost.load(std::memory_order_relaxed)};
+    }
+
     /// Closes the socket. When it returns there are no more deliveries.
     void disconnect();
 
@@ -63,6 +74,8 @@ class OSCConnection {
     class Inbox;
     class Receiver;
     class Socket;
+    std::atomic<std::uint64_t> _unreadable{0};  // written by the reader, read by all
+    std::atomic<std::uint64_t> _lost{0};        // in the same way
     std::unique_ptr<Socket> _socket;
     std::unique_ptr<Receiver> _receiver;
     OSCConnectionDelegate* _delegate = nullptr;

@@ -20,7 +20,8 @@ constexpr std::chrono::seconds kDropReportInterval{1};
 }  // namespace
 
 OSCConnection::Receiver::Receiver(OSCConnection& connection, const Socket& socket, RunLoop& runLoop)
-    : _socket(socket),
+    : _connection(connection),
+      _socket(socket),
       _inbox(std::make_shared<Inbox>(connection, runLoop)),
       _clock(OSCClockReading::take()),
       _thread(startThread("osc-reader", ThreadRole::reader, [this] { read(); })) {}
@@ -92,6 +93,7 @@ void OSCConnection::Receiver::take(const OSCDatagram& datagram) {
 }
 
 void OSCConnection::Receiver::complain(const std::string& reason, const OSCSender& sender) {
+    _connection._unreadable.fetch_add(1, std::memory_order_relaxed);
     const std::string name = sender.host() + ":" + std::to_string(sender.port);
     if (!_complaints.isNew(reason + " " + name)) return;
     Log::write("OSCConnection: [%@] packet from %@ cannot be read: %@", {"receivePacket", name, reason});
@@ -103,10 +105,17 @@ void OSCConnection::Receiver::reportFailure(int errorNumber) {
     if (_complaints.isNew(reason)) Log::write("OSCConnection: [%@] unable to receive, %@", {"receivePacket", reason});
 }
 
+/// The kernel's count may run over.
+void OSCConnection::Receiver::countDrops(std::uint32_t dropped) {
+    if (dropped == _countedDrops) return;
+    _connection._lost.fetch_add(dropped - std::exchange(_countedDrops, dropped), std::memory_order_relaxed);
+}
+
 /// A loss begins only with a full buffer, which the reader empties afterwards: looking then misses none. While packets
 /// go on getting lost there is one line each second.
 void OSCConnection::Receiver::reportDrops(bool atOnce) {
     const std::uint32_t dropped = _socket.droppedPackets();
+    countDrops(dropped);
     _hasUnreportedDrops = dropped != _reportedDrops;
     if (!_hasUnreportedDrops) return;
     const TimePoint now = Clock::monotonic().now();

@@ -42,8 +42,10 @@ class OSCConnection::Receiver {
     bool wantsPackets() const;
     void complain(const std::string& reason, const OSCSender& sender);
     void reportFailure(int errorNumber);
+    void countDrops(std::uint32_t dropped);
     void reportDrops(bool atOnce);
 
+    OSCConnection& _connection;
     const Socket& _socket;
     const std::shared_ptr<Inbox> _inbox;
 
@@ -59,6 +61,7 @@ class OSCConnection::Receiver {
     OSCComplaints _complaints;
     bool _hasFailed = false;
     bool _hasUnreportedDrops = false;
+    std::uint32_t _countedDrops = 0;
     std::uint32_t _reportedDrops = 0;
     TimePoint _lastDropReport;
 

@@ -26,6 +26,7 @@ class DesktopShell final : public Shell {
     void setDelegate(AppDelegate& delegate) override;
     void presentAlert(const Error& error, bool endsProgram) override;
     void showStatus(const PlayerStatus& status) override;
+    bool showsCounts() const override { return true; }
     void showRecording(const RecordingSummary& recording) override { _console.showRecording(recording); }
     bool bringUp() override;
 

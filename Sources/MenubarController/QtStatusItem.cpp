@@ -29,8 +29,11 @@ void QtStatusItem::setImage(StatusImage image) {
 }
 
 void QtStatusItem::setToolTip(const QString& toolTip) {
+    if (toolTip == _toolTip) return;
     _toolTip = toolTip;
-    show();
+    // Without the icon, which the desktop would fetch anew.
+    if (_tray != nullptr) _tray->setToolTip(_toolTip);
+    if (_changed) _changed();
 }
 
 // The desktop draws the menu, and opens it as it likes: what can be done is to have nothing to choose there.

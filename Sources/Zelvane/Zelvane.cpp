@@ -51,8 +51,18 @@ void Zelvane::scanMusicDevicesWithProgressTextField(const std::shared_ptr<Progre
 }
 
 void Zelvane::newOSCDecoder() {
+    _formerPacketCounts = packetCounts();
     _oscDecoder = std::make_shared<OSCDecoder>(
         OSCDecoder::Collaborators{*_audioEngine, _scala, _playerThread, _application, _defaults, *this});
+}
+
+OSCConnection::Counts Zelvane::packetCounts() const {
+    OSCConnection::Counts sum = _formerPacketCounts;
+    if (_oscDecoder == nullptr) return sum;
+    const auto present = _oscDecoder->connection().counts();
+    sum.unreadable += present.unreadable;
+    sum.lost += present.lost;
+    return sum;
 }
 
 bool Zelvane::bindToAddress(const std::string& address) {
@@ -99,6 +109,7 @@ void Zelvane::allNotesOff() {
 }
 
 void Zelvane::checkStatus() {
+    _application.didReceive();
     if (!isRecordingEnabled() || isRecording()) return;
     setIsRecording(true);
     setIsRecordingEnabled(false);

@@ -36,6 +36,8 @@ class Zelvane : public StatusChecker {
     /// The port on which it receives; 0 while it does not.
     std::uint16_t listeningPort() const;
     void disconnect();
+    /// What became of OSC packets since the start.
+    OSCConnection::Counts packetCounts() const;
 
     void startRunning();
     void stopRunning();
@@ -128,6 +130,7 @@ class Zelvane : public StatusChecker {
     std::unique_ptr<AudioEngine> _audioEngine;
     std::shared_ptr<OSCDecoder> _oscDecoder;
     std::shared_ptr<MIDIDecoder> _midiDecoder;
+    OSCConnection::Counts _formerPacketCounts;  // of decoders that were replaced
     std::filesystem::path _outputFileUrl;
     std::optional<std::string> _instrumentLeftOut;
     bool _soundfontIsChanged = false;

@@ -4,6 +4,7 @@
 #include "Sources/DesktopShell/AlertWindows.h"
 #include "Sources/DesktopShell/FallbackWindow.h"
 #include "Sources/DesktopShell/SavePanel.h"
+#include "Sources/DesktopShell/StatusText.h"
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/DesktopApplication.h"
 #include "Tests/Fakes/TemporaryFolder.h"
@@ -185,6 +186,17 @@ TEST(SavePanel, OffersTheNameAndTakesAnother) {
         QTest::keyClick(&name, Qt::Key_Return);
     });
     EXPECT_EQ(chosen, folder.path / "take 1.m4a");
+}
+
+TEST(StatusText, TellsTheCountsOfWhatWasPlayedAndWhatWentWrong) {
+    PlayerStatus status{
+        .isListening = true, .isRecordingEnabled = true, .port = 3000, .device = "null", .counts = {.xruns = 2}};
+    const std::string state = "Zelvane listens on port 3000 and plays on null.\nA recording begins with the next note.";
+    EXPECT_EQ(statusText(status), state) << "nothing was played yet";
+    status.counts = {.oscMessages = 4, .midiMessages = 3, .notes = 5};
+    EXPECT_EQ(statusText(status), state + "\nMessages: 7, notes: 5");
+    status.counts.droppedFrames = 128;
+    EXPECT_EQ(statusText(status), state + "\nMessages: 7, notes: 5\nLate events: 0, xruns: 0, dropped frames: 128");
 }
 
 TEST(FallbackWindow, HasStateAndMenuOfTheStatusItemAndNeedsNoMouse) {

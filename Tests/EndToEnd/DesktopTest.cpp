@@ -95,6 +95,8 @@ TEST_F(ADesktop, ShowsTheStateInItsTrayAndTakesClicksThere) {
     EXPECT_TRUE(waitUntil([&] { return tray.toolTip() == toolTip; })) << tray.toolTip().toStdString();
     player->send({"/om/nothing", {}});
     EXPECT_TRUE(waitFor([&] { return player->output().find("/om/nothing") != std::string::npos; }, 5));
+    EXPECT_TRUE(waitUntil([&] { return tray.toolTip().startsWith(toolTip + text("\nMessages: 1, notes: 0")); }))
+        << tray.toolTip().toStdString();
     ASSERT_TRUE(tray.click(text("Quit Zelvane")));
     EXPECT_EQ(player->wait(), 0);
 }

@@ -50,6 +50,8 @@ class RunningPlayer {
     std::string output() const;
     /// Starts it once more, as a user would who forgot that it runs: the exit status, and what it printed.
     std::pair<int, std::string> startAgain(const std::vector<std::string>& options = {}) const;
+    /// By which it is found.
+    std::filesystem::path settingsFolder() const { return _home.path / "config" / "Zelvane"; }
     /// The files and libraries in its memory.
     std::string maps() const;
     /// Asks it to end; its exit status.

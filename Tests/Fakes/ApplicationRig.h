@@ -22,7 +22,11 @@ namespace zelvane {
 class FakeShell final : public ConsoleShell {
   public:
     void presentAlert(const Error& error, bool) override { alerts.push_back(error.description); }
-    void showStatus(const PlayerStatus& status) override { shown = status; }
+    void showStatus(const PlayerStatus& status) override {
+        shown = status;
+        ++timesShown;
+    }
+    bool showsCounts() const override { return true; }
     void showRecording(const RecordingSummary&) override {}
     std::optional<std::filesystem::path> runSavePanel(const std::string& title, const std::string& nameLabel,
                                                       const std::string& name,
@@ -37,6 +41,7 @@ class FakeShell final : public ConsoleShell {
 
     std::vector<std::string> alerts, panels;
     PlayerStatus shown;
+    int timesShown = 0;
     std::optional<std::filesystem::path> file;  ///< that the user chooses
     int answer = 0;                             ///< to the preferences dialog
     std::function<void()> duringDialog;

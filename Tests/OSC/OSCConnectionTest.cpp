@@ -255,6 +255,7 @@ TEST_F(OSCConnectionTest, LogsWhatItCannotReadOnceForEachSenderAndReason) {
     };
     EXPECT_THAT(lines(), ElementsAre(line(first, "empty packet"), line(first, "unknown type tag 'x'"),
                                      line(second, "size is not a multiple of 4")));
+    EXPECT_EQ(_connection->counts().unreadable, 9U);
 }
 
 // More than any receive buffer takes and than may wait for the run loop: every packet is delivered or counted as lost.
@@ -267,6 +268,8 @@ TEST_F(OSCConnectionTest, CountsWhatTheKernelDropped) {
     EXPECT_TRUE(runUntil([this] { return delivered() + reportedLost() == kSent; })) << delivered();
     EXPECT_GT(reportedLost(), 0);
     EXPECT_EQ(lines().size(), 1U);
+    _connection->disconnect();
+    EXPECT_EQ(_connection->counts().lost, static_cast<std::uint64_t>(reportedLost()));
 }
 
 TEST_F(OSCConnectionTest, SendsToAClientThatComesUpLate) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/Zelvane/Zelvane.h"
+#include "Tests/Audio/RecordingSignal.h"
 #include "Tests/Fakes/AudioFileReader.h"
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/LogLines.h"
@@ -120,6 +121,23 @@ TEST_F(Recording, AFileThatCannotBeMadeIsToldAndThePlayerPlaysOn) {
     ASSERT_THAT(rig.application.errors, SizeIs(1));
     EXPECT_THAT(rig.application.errors[0].description, HasSubstr(missing.string()));
     EXPECT_THAT(rig.application.recordings, IsEmpty());
+}
+
+TEST(RecorderTap, CountsTheFramesThatFoundNoRoom) {
+    const TemporaryFolder folder;
+    std::atomic<bool> isHeld{true};
+    auto file = startRecording(folder.path / "take.m4a", losslessFormat(48000, 2, 16),
+                               {.ringLength = 100ms, .beforeWrite = [&] { isHeld.wait(true); }});
+    RecorderTap tap;
+    tap.file().put(*file);
+    const std::array<float, 128> silence{};
+    for (int n = 0; n < 1000; ++n) tap.take({{silence.data(), silence.data()}, 128}, {0, 48000}, true);
+    EXPECT_GT(tap.lostFrames(), 0U);
+    EXPECT_EQ(tap.lostFrames(), ExtAudioFileGetReport(file.get()).framesDropped);
+    isHeld = false;
+    isHeld.notify_all();
+    tap.file().take();
+    EXPECT_EQ(ExtAudioFileDispose(file), kNoError);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/OSC/OSCClient.h"
 #include "Tests/Fakes/ApplicationRig.h"
+#include "Tests/Fakes/ChildProcess.h"
 
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
@@ -69,6 +71,26 @@ TEST_F(StatusMenu, ShowsTheStatesOfListeningAndRecording) {
     EXPECT_EQ(shown(), kRunning);
     application.startStopListening();
     EXPECT_EQ(shown(), kWaiting);
+}
+
+TEST_F(StatusMenu, ShowsTheCountsOnceASecondWhileTheyChange) {
+    launch(1);
+    const int timesShown = shell.timesShown;
+    Error error;
+    for (int n = 0; n < 3; ++n)
+        ASSERT_TRUE(
+            sendOSCMessage({"/om/note", {{6000}, {100}, {5}, {1}}}, "127.0.0.1", player().listeningPort(), error));
+    EXPECT_TRUE(waitFor([&] { return application.counts().notes == 3; }));
+    EXPECT_EQ(shell.timesShown, timesShown);
+    runFor(1100ms);
+    EXPECT_EQ(shell.timesShown, timesShown + 1);
+    EXPECT_EQ(shell.shown.counts.notes, 3U);
+    runFor(5s);
+    EXPECT_EQ(shell.timesShown, timesShown + 1);
+    ASSERT_TRUE(sendOSCMessage({"/om/nothing", {}}, "127.0.0.1", player().listeningPort(), error));
+    EXPECT_TRUE(waitFor([&] { return application.counts().oscMessages == 4; }));
+    runFor(1100ms);
+    EXPECT_EQ(shell.shown.counts.refusedMessages, 1U);
 }
 
 TEST_F(StatusMenu, EndsAnArmedRecordingWithTheListening) {

@@ -59,7 +59,7 @@ void RenderGraph::render(const AudioCycle& cycle) noexcept {
     const RealtimeScope realtime;
     RenderState* state = _cell.enter();
     _clock.update(cycle.start, _frame, cycle.frames, cycle.startIsExact, cycle.isDiscontinuous);
-    _latencyFrames = latencyFor(cycle.periodFrames, _clock.sampleRate());
+    _latencyFrames.store(latencyFor(cycle.periodFrames, _clock.sampleRate()), std::memory_order_relaxed);
     for (std::uint32_t offset = 0; offset < cycle.frames;) {
         const std::uint32_t frames = std::min(cycle.frames - offset, kMaximumSlice);
         renderSlice(state, cycle, offset, frames);
@@ -82,9 +82,12 @@ void RenderGraph::renderSlice(RenderState* state, const AudioCycle& cycle, std::
 }
 
 void RenderGraph::mixUnits(const RenderState& state, std::uint32_t frames) noexcept {
-    const UnitBlock block{_clock, _frame, _latencyFrames, frames, _unitLeft.data(), _unitRight.data()};
+    const UnitBlock block{_clock, _frame, eventLatencyFrames(), frames, _unitLeft.data(), _unitRight.data()};
     for (InstrumentUnit* unit : state.units) {
+        const std::uint64_t lateBefore = unit->lateEvents();
         if (unit->render(block)) add(frames);
+        const std::uint64_t late = unit->lateEvents() - lateBefore;
+        if (late > 0) _lateEvents.fetch_add(late, std::memory_order_relaxed);
     }
 }
 

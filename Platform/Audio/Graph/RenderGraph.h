@@ -39,6 +39,12 @@ class RenderGraph : public AudioRenderer {
     std::uint32_t latencyFrames(std::uint32_t periodFrames) const override;
     void render(const AudioCycle& cycle) noexcept override;
 
+    /// Frames from an event's time to the frame at which it is played; 0 before the first cycle. Any thread.
+    std::int64_t eventLatencyFrames() const { return _latencyFrames.load(std::memory_order_relaxed); }
+
+    /// Events that reached their unit after their frame, in all units there were. Any thread.
+    std::uint64_t lateEvents() const { return _lateEvents.load(std::memory_order_relaxed); }
+
     /// Blocks of a unit that were left out because they held what is no sound. Any thread.
     std::uint64_t mutedBlocks() const { return _mutedBlocks.load(std::memory_order_relaxed); }
 
@@ -54,8 +60,10 @@ class RenderGraph : public AudioRenderer {
     void fillOutputs(const AudioCycle& cycle, std::uint32_t offset, std::uint32_t frames) noexcept;
 
     RenderStateCell _cell;
-    std::atomic<float> _volume{1};               // written by control threads, read by the audio thread
-    std::atomic<std::uint64_t> _mutedBlocks{0};  // written by the audio thread, read by all
+    std::atomic<float> _volume{1};                // written by control threads, read by the audio thread
+    std::atomic<std::uint64_t> _mutedBlocks{0};   // written by the audio thread, read by all
+    std::atomic<std::uint64_t> _lateEvents{0};    // written by the audio thread, read by all
+    std::atomic<std::int64_t> _latencyFrames{0};  // written by the audio thread, read by all
 
     std::atomic<Duration> _messageDelay{Duration::zero()};  // written by control threads, read by any
 
@@ -66,7 +74,6 @@ class RenderGraph : public AudioRenderer {
     // The audio thread's own, and `prepare`'s while no device runs.
     FrameClock _clock;
     std::int64_t _frame = 0;
-    std::int64_t _latencyFrames = 0;
     float _lastVolume = 1;
     Buffer _mixLeft{}, _mixRight{}, _unitLeft{}, _unitRight{};
 };

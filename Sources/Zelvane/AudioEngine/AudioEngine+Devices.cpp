@@ -6,6 +6,7 @@
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace zelvane {
 
@@ -64,6 +65,17 @@ std::string AudioEngine::currentAudioDevice() const {
 std::string AudioEngine::currentMusicDevice() {
     const auto node = microUnitSynthNode(1);
     return node != nullptr && _musicDevicesMap.contains(node->name()) ? node->name() : std::string();
+}
+
+std::string AudioEngine::loadedMusicDevice() const {
+    if (!allMicroUnitsAreSetUp()) return {};
+    const auto key = [](const AudioComponentDescription& description) {
+        return std::tie(description.componentType, description.componentSubType, description.componentManufacturer);
+    };
+    for (const auto& [name, component] : _musicDevicesMap) {
+        if (key(component.audioComponentDescription) == key(_synthDescription)) return name;
+    }
+    return {};
 }
 
 Microtones AudioEngine::microtonesOfMusicDevice(const std::string& name) const {

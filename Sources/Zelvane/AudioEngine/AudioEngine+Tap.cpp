@@ -95,7 +95,7 @@ void AudioEngine::removeDefaultOutputPropertyListener() {
 }
 
 float AudioEngine::recorderLatency() const {
-    const double sampleRate = _streamFormats.outputUnit().mSampleRate;
+    const double sampleRate = _streamFormats.sampleRate();
     if (sampleRate <= 0) return 0;
     return std::ceil(static_cast<float>(kTapFrames * 1000.0 / sampleRate)) / 1000.0F;
 }

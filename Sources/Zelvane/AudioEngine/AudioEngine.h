@@ -18,6 +18,7 @@
 #include "Sources/Zelvane/AudioEngine/RecorderTap.h"
 #include "Sources/Zelvane/AudioEngine/RecordingReports.h"
 #include "Sources/Zelvane/AudioEngine/StreamFormats.h"
+#include "Sources/Zelvane/PlayerCounters.h"
 
 #include <array>
 #include <atomic>
@@ -57,6 +58,8 @@ class AudioEngine : public PluginWindowDelegate {
     /// What plays now, as it stands in the tables; empty when it doesn't.
     std::string currentAudioDevice() const;
     std::string currentMusicDevice();
+    /// The same for whoever must not get in the way of notes, which look up units all the time.
+    std::string loadedMusicDevice() const;
     /// Switches the instrument and returns when it is set up; what sounds ends. With a name that is not in the table,
     /// or of one that is not there any more, it tells the user, and the present one stays.
     void setMusicDeviceFromName(const std::string& name);
@@ -178,6 +181,10 @@ class AudioEngine : public PluginWindowDelegate {
 
     AVAudioEngine& avEngine() { return *_avEngine; }
 
+    // What happened since the start. Any thread, never waited for by the player or the audio thread.
+    PlayerCounters& counters() { return _counters; }
+    std::uint64_t lostRecordingFrames() const { return _recorderTap.lostFrames(); }
+
   private:
     using SharedParameters = std::shared_ptr<InstantiateParameters>;
     struct Scan;
@@ -230,6 +237,8 @@ class AudioEngine : public PluginWindowDelegate {
     void whitelist(const AVAudioUnitComponent& component, const std::string& instanceName);
     void endForUnusable(const AVAudioUnitComponent& component);
 
+    OSStatus play(std::int32_t unit, std::uint32_t status, std::uint32_t data1, std::uint32_t data2);
+
     void endPropertySources();
     void removeParameterListeners(const ListenedParameter& listened, bool log);
     void addParameterListeners(const ListenedParameter& listened, bool log);
@@ -277,6 +286,7 @@ class AudioEngine : public PluginWindowDelegate {
     std::atomic<bool> _isListening{false};            // written by the main thread, read by the player thread
     std::atomic<bool> _isRecordingEnabled{false};     // main and player thread
     std::atomic<bool> _isRecording{false};            // written by the main thread, read by the audio thread too
+    PlayerCounters _counters;
 
     // Main thread, but for what the tap has of its own.
     RecorderTap _recorderTap;

@@ -9,6 +9,7 @@ void RecorderTap::take(const AVAudioPCMBuffer& buffer, const AVAudioTime& time, 
     const OSStatus status = _file.write(buffer.frameLength, {buffer.channelData, time.sampleRate});
     if (status == kNoError) return;
     _lastStatus.store(status, std::memory_order_relaxed);
+    _lostFrames.fetch_add(buffer.frameLength, std::memory_order_relaxed);
     _failed.fetch_add(1, std::memory_order_release);
 }
 

@@ -25,6 +25,8 @@ class RecorderTap {
     ExtAudioFileSlot& file() { return _file; }
     /// Whether any sound has come yet. Control threads.
     bool hasBeenCalled() const { return _hasBeenCalled.load(std::memory_order_acquire); }
+    /// Frames, of all recordings, that found no room or no file that works. Any thread.
+    std::uint64_t lostFrames() const { return _lostFrames.load(std::memory_order_relaxed); }
     /// Writes that failed since this was last asked. One control thread.
     Failures takeFailures();
 
@@ -33,6 +35,7 @@ class RecorderTap {
     // Written by the audio thread, read by control threads.
     std::atomic<bool> _hasBeenCalled{false};
     std::atomic<std::uint64_t> _failed{0};
+    std::atomic<std::uint64_t> _lostFrames{0};
     std::atomic<OSStatus> _lastStatus{kNoError};
 
     std::uint64_t _told = 0;

@@ -13,6 +13,7 @@ AudioStreamBasicDescription StreamFormats::outputUnit() const {
 void StreamFormats::setOutputUnit(const AudioStreamBasicDescription& description) {
     const std::lock_guard lock(_mutex);
     _outputUnitStreamDescription = description;
+    _sampleRate.store(description.mSampleRate, std::memory_order_relaxed);
 }
 
 AudioStreamBasicDescription StreamFormats::outputFile() const {

@@ -3,6 +3,7 @@
 
 #include "Platform/Audio/Devices/AudioHardware.h"
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 
@@ -13,6 +14,8 @@ namespace zelvane {
 class StreamFormats {
   public:
     AudioStreamBasicDescription outputUnit() const;
+    /// Of the output unit. The player thread, which asks for each message, waits for nobody.
+    double sampleRate() const { return _sampleRate.load(std::memory_order_relaxed); }
     void setOutputUnit(const AudioStreamBasicDescription& description);
 
     AudioStreamBasicDescription outputFile() const;
@@ -24,6 +27,7 @@ class StreamFormats {
 
   private:
     mutable std::mutex _mutex;
+    std::atomic<double> _sampleRate{0};  // written by the main thread, read by all
     AudioStreamBasicDescription _outputUnitStreamDescription;
     AudioStreamBasicDescription _outputFileStreamDescription;
 };

@@ -39,6 +39,7 @@ void MIDIDecoder::delayMidiMessageObject(const MidiMessageObject& object) {
 }
 
 void MIDIDecoder::handleMidiMessageObject(MidiMessageObject& object) {
+    PlayerCounters::add(_audioEngine.counters().midiMessages);
     switch (object.message()[0] & 0xF0) {
         case 0x90:
             return handleMIDINoteOn(object.message(), object.messageSize());

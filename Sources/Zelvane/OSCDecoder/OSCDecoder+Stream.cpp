@@ -33,15 +33,16 @@ std::uint32_t midicFromSemitones(float semitones) {
 
 }  // namespace
 
-void OSCDecoder::queueMicrotone(const OSCMessage& message) {
+bool OSCDecoder::queueMicrotone(const OSCMessage& message) {
     if (!areNumbers(message, 5, 5)) {
         Log::write("OSCDecoder: [%@] /vesk.µq/fifos should have 5 number arguments, received %@",
                    {"gotOSCPacket:", message.argumentsDescription()});
-        return;
+        return false;
     }
-    if (isQueueFull()) return;
+    if (isQueueFull()) return false;
     _curMicrotoneOffset += secondsSincePrevious(message);
     appendMicrotoneTimer(message);
+    return true;
 }
 
 void OSCDecoder::appendMicrotoneTimer(const OSCMessage& message) {
@@ -63,10 +64,15 @@ bool OSCDecoder::isQueueFull() {
     return isFull;
 }
 
-void OSCDecoder::startMicrotones(const OSCMessage& /*message*/) {
+bool OSCDecoder::startMicrotones(const OSCMessage& /*message*/) {
     const std::size_t count = std::min(_oscMicrotoneTimersArray.size(), kLargestStart);
     for (std::size_t i = _oscMicrotoneTimersArray.size() - count; i < _oscMicrotoneTimersArray.size(); ++i)
         _playerThread.add(_oscMicrotoneTimersArray[i].timer);
+    return true;
+}
+
+void OSCDecoder::countQueuedNotes() {
+    _audioEngine.counters().queuedNotes.store(_oscMicrotoneTimersArray.size(), std::memory_order_relaxed);
 }
 
 void OSCDecoder::handleOSCMicrotoneNoteOnPacket(const Timer& timer) {
@@ -75,6 +81,7 @@ void OSCDecoder::handleOSCMicrotoneNoteOnPacket(const Timer& timer) {
     if (place == _oscMicrotoneTimersArray.end()) return;
     playMicrotone(place->message);
     _oscMicrotoneTimersArray.erase(place);
+    countQueuedNotes();
     if (_oscMicrotoneTimersArray.size() != kNotesLeftWhenAsking) return;
     _curMicrotoneOffset = 0;
     for (const MicrotoneTimer& pending : _oscMicrotoneTimersArray)
@@ -90,33 +97,37 @@ void OSCDecoder::playMicrotone(const OSCMessage& message) {
     scheduleNoteOff(note, intArgument(message, 3));
 }
 
-void OSCDecoder::pauseMicrotones(const OSCMessage& /*message*/) {
+bool OSCDecoder::pauseMicrotones(const OSCMessage& /*message*/) {
     _oscPausedPacketsArray.emplace();
     for (MicrotoneTimer& pending : _oscMicrotoneTimersArray) {
         pending.timer->invalidate();
         _oscPausedPacketsArray->push_back(std::move(pending.message));
     }
     _oscMicrotoneTimersArray.clear();
+    return true;
 }
 
-void OSCDecoder::continueMicrotones(const OSCMessage& /*message*/) {
+bool OSCDecoder::continueMicrotones(const OSCMessage& /*message*/) {
     if (!_oscPausedPacketsArray || _oscPausedPacketsArray->empty()) {
         _curMicrotoneOffset = 0;
-        return askForNextMicrotoneChunk();
+        askForNextMicrotoneChunk();
+        return true;
     }
     _curMicrotoneOffset = -secondsSincePrevious(_oscPausedPacketsArray->front());
     for (const OSCMessage& message : *_oscPausedPacketsArray) {
-        if (isQueueFull()) return;
+        if (isQueueFull()) break;
         _curMicrotoneOffset += secondsSincePrevious(message);
         appendMicrotoneTimer(message);
         _playerThread.add(_oscMicrotoneTimersArray.back().timer);
     }
+    return true;
 }
 
-void OSCDecoder::resetMicrotones(const OSCMessage& /*message*/) {
+bool OSCDecoder::resetMicrotones(const OSCMessage& /*message*/) {
     for (const MicrotoneTimer& pending : _oscMicrotoneTimersArray) pending.timer->invalidate();
     _oscMicrotoneTimersArray.clear();
     _curMicrotoneOffset = 0;
+    return true;
 }
 
 }  // namespace zelvane

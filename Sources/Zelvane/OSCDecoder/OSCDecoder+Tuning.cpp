@@ -18,8 +18,12 @@ struct FileKind {
     const char* refused;
 };
 
-void load(const FileKind& kind, const OSCMessage& message, ScalaController& scala, UserDefaults& defaults) {
-    if (message.arguments.empty()) return Log::write(kind.missing, {"gotOSCPacket:"});
+/// False when the file, or the message, was refused.
+bool load(const FileKind& kind, const OSCMessage& message, ScalaController& scala, UserDefaults& defaults) {
+    if (message.arguments.empty()) {
+        Log::write(kind.missing, {"gotOSCPacket:"});
+        return false;
+    }
     const OSCArgument& path = message.arguments.front();
     if (path.isString() && path.stringValue().empty()) {
         (scala.*kind.restore)();
@@ -28,25 +32,27 @@ void load(const FileKind& kind, const OSCMessage& message, ScalaController& scal
         defaults.set(kind.key, {path.stringValue()});
     } else {
         Log::write(kind.refused, {"gotOSCPacket:", message.argumentsDescription()});
+        return false;
     }
+    return true;
 }
 
 }  // namespace
 
-void OSCDecoder::dispatchKeymap(const OSCMessage& message) {
+bool OSCDecoder::dispatchKeymap(const OSCMessage& message) {
     static constexpr FileKind kKeymap{
         "keymap", &ScalaController::openKeymap, &ScalaController::restoreKeymap,
         "OSCDecoder: [%@] /om/keymap should have a string argument pointing to a valid .kbm file",
         "OSCDecoder: [%@] first argument to /om/keymap should be a string pointing to a valid .kbm file, received %@"};
-    load(kKeymap, message, _scala, _defaults);
+    return load(kKeymap, message, _scala, _defaults);
 }
 
-void OSCDecoder::dispatchTuning(const OSCMessage& message) {
+bool OSCDecoder::dispatchTuning(const OSCMessage& message) {
     static constexpr FileKind kTuning{
         "tuning", &ScalaController::openTuning, &ScalaController::restoreTuningMap,
         "OSCDecoder: [%@] /om/tuning should have a string argument pointing to a valid .scl file",
         "OSCDecoder: [%@] first argument to /om/tuning should be a string pointing to a valid .scl file, received %@"};
-    load(kTuning, message, _scala, _defaults);
+    return load(kTuning, message, _scala, _defaults);
 }
 
 }  // namespace zelvane

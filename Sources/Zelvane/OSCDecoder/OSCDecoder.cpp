@@ -7,7 +7,6 @@
 
 #include <array>
 #include <string_view>
-#include <utility>
 
 namespace zelvane {
 
@@ -29,7 +28,8 @@ OSCDecoder::~OSCDecoder() {
 
 void OSCDecoder::oscConnection(OSCConnection& /*connection*/, const OSCPacket& packet, const std::string& host,
                                std::uint16_t /*port*/) {
-    if (!_audioEngine.isListening() || !_audioEngine.allMicroUnitsAreSetUp()) return;
+    if (!_audioEngine.isListening() || !_audioEngine.allMicroUnitsAreSetUp())
+        return PlayerCounters::add(_audioEngine.counters().ignoredPackets);
     _application.mainRunLoop().perform([&checker = _statusChecker] { checker.checkStatus(); });
     // Live notes get the delay of the recorder's tap too, so that what is recorded is what was heard.
     const Duration latency = secondsToDuration(_audioEngine.recorderLatency());
@@ -45,8 +45,13 @@ void OSCDecoder::oscConnection(OSCConnection& /*connection*/, const OSCPacket& p
         setUpSendOSCConnection(host, static_cast<std::uint16_t>(_defaults.integer("outPort")));
 }
 
-OSCDecoder::Handler OSCDecoder::handlerFor(const std::string& address) {
-    static constexpr std::array<std::pair<std::string_view, Handler>, 10> kHandlers{{
+struct OSCDecoder::Entry {
+    std::string_view address;
+    Handler handler;
+};
+
+std::span<const OSCDecoder::Entry> OSCDecoder::entries() {
+    static constexpr std::array<Entry, 10> kEntries{{
         {"/om/note", &OSCDecoder::dispatchNote},
         {"/om/ctl", &OSCDecoder::dispatchCtl},
         {"/om/pgm", &OSCDecoder::dispatchProgram},
@@ -58,41 +63,62 @@ OSCDecoder::Handler OSCDecoder::handlerFor(const std::string& address) {
         {"/vesk.µq/continue", &OSCDecoder::continueMicrotones},
         {"/vesk.µq/reset", &OSCDecoder::resetMicrotones},
     }};
-    for (const auto& [known, handler] : kHandlers) {
-        if (address == known) return handler;
+    return kEntries;
+}
+
+std::vector<std::string> OSCDecoder::addresses() {
+    std::vector<std::string> all;
+    for (const Entry& entry : entries()) all.emplace_back(entry.address);
+    return all;
+}
+
+bool OSCDecoder::dispatch(const OSCMessage& message) {
+    for (const Entry& entry : entries()) {
+        if (message.address == entry.address) return (this->*entry.handler)(message);
     }
-    return nullptr;
+    Log::write("OSCDecoder: [%@] received unknown OSC message %@ with arguments %@",
+               {"gotOSCPacket:", message.address, message.argumentsDescription()});
+    return false;
 }
 
 void OSCDecoder::gotOSCPacket(const OSCPacket& packet) {
     static const OSCMessage kNestedBundle{"#bundle", {}};
-    const OSCMessage& message = packet.isBundle() ? kNestedBundle : packet.message();
-    if (const Handler handler = handlerFor(message.address)) return (this->*handler)(message);
-    Log::write("OSCDecoder: [%@] received unknown OSC message %@ with arguments %@",
-               {"gotOSCPacket:", message.address, message.argumentsDescription()});
+    PlayerCounters& counters = _audioEngine.counters();
+    PlayerCounters::add(counters.oscMessages);
+    if (!dispatch(packet.isBundle() ? kNestedBundle : packet.message())) PlayerCounters::add(counters.refusedMessages);
+    countQueuedNotes();
 }
 
-void OSCDecoder::dispatchNote(const OSCMessage& message) {
-    if (areNumbers(message, 4, 4)) return handleOSCNoteOnPacket(message);
-    Log::write("OSCDecoder: [%@] /om/note should have 4 integer arguments, received %@",
-               {"gotOSCPacket:", message.argumentsDescription()});
+bool OSCDecoder::dispatchNote(const OSCMessage& message) {
+    if (!areNumbers(message, 4, 4)) {
+        Log::write("OSCDecoder: [%@] /om/note should have 4 integer arguments, received %@",
+                   {"gotOSCPacket:", message.argumentsDescription()});
+        return false;
+    }
+    handleOSCNoteOnPacket(message);
+    return true;
 }
 
-void OSCDecoder::dispatchCtl(const OSCMessage& message) {
-    if (areNumbers(message, 3, 3)) return handleOSCCtlPacket(message);
-    Log::write("OSCDecoder: [%@] /om/ctl should have 3 integer arguments, received %@",
-               {"gotOSCPacket:", message.argumentsDescription()});
+bool OSCDecoder::dispatchCtl(const OSCMessage& message) {
+    if (!areNumbers(message, 3, 3)) {
+        Log::write("OSCDecoder: [%@] /om/ctl should have 3 integer arguments, received %@",
+                   {"gotOSCPacket:", message.argumentsDescription()});
+        return false;
+    }
+    handleOSCCtlPacket(message);
+    return true;
 }
 
-void OSCDecoder::dispatchProgram(const OSCMessage& message) {
+bool OSCDecoder::dispatchProgram(const OSCMessage& message) {
     if (!areNumbers(message, 2, 4)) {
         Log::write("OSCDecoder: [%@] /om/pgm should have 2-4 integer arguments, received %@",
                    {"gotOSCPacket:", message.argumentsDescription()});
-        return;
+        return false;
     }
     if (message.arguments.size() > 2) handleOSCBankSelectLSB(message);
     if (message.arguments.size() > 3) handleOSCBankSelectMSB(message);
     handleOSCProgramChange(message);
+    return true;
 }
 
 void OSCDecoder::handleOSCNoteOnPacket(const OSCMessage& message) {

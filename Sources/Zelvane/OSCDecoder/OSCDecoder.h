@@ -13,6 +13,7 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -52,21 +53,27 @@ class OSCDecoder : public OSCConnectionDelegate, public std::enable_shared_from_
     /// Dispatches one message by its address.
     void gotOSCPacket(const OSCPacket& packet);
 
+    /// All addresses that it knows.
+    static std::vector<std::string> addresses();
+
   private:
     using Arguments = std::vector<OSCArgument>;
-    using Handler = void (OSCDecoder::*)(const OSCMessage&);
+    /// False for a message that it refused, and logged.
+    using Handler = bool (OSCDecoder::*)(const OSCMessage&);
 
     struct MicrotoneTimer {
         std::shared_ptr<Timer> timer;
         OSCMessage message;
     };
 
-    static Handler handlerFor(const std::string& address);
-    void dispatchNote(const OSCMessage& message);
-    void dispatchCtl(const OSCMessage& message);
-    void dispatchProgram(const OSCMessage& message);
-    void dispatchKeymap(const OSCMessage& message);
-    void dispatchTuning(const OSCMessage& message);
+    struct Entry;
+    static std::span<const Entry> entries();
+    bool dispatch(const OSCMessage& message);
+    bool dispatchNote(const OSCMessage& message);
+    bool dispatchCtl(const OSCMessage& message);
+    bool dispatchProgram(const OSCMessage& message);
+    bool dispatchKeymap(const OSCMessage& message);
+    bool dispatchTuning(const OSCMessage& message);
 
     void handleOSCNoteOnPacket(const OSCMessage& message);
     void handleOSCNoteOffPacket(const NoteInfo& note);
@@ -77,13 +84,14 @@ class OSCDecoder : public OSCConnectionDelegate, public std::enable_shared_from_
     void sendControlChange(int channel, int controller, int value);
     void scheduleNoteOff(const NoteInfo& note, int lengthInMilliseconds);
 
-    void queueMicrotone(const OSCMessage& message);
-    void startMicrotones(const OSCMessage& message);
-    void pauseMicrotones(const OSCMessage& message);
-    void continueMicrotones(const OSCMessage& message);
-    void resetMicrotones(const OSCMessage& message);
+    bool queueMicrotone(const OSCMessage& message);
+    bool startMicrotones(const OSCMessage& message);
+    bool pauseMicrotones(const OSCMessage& message);
+    bool continueMicrotones(const OSCMessage& message);
+    bool resetMicrotones(const OSCMessage& message);
     void appendMicrotoneTimer(const OSCMessage& message);
     bool isQueueFull();
+    void countQueuedNotes();
     void handleOSCMicrotoneNoteOnPacket(const Timer& timer);
     void playMicrotone(const OSCMessage& message);
     void askForNextMicrotoneChunk();
