@@ -69,15 +69,15 @@ void RunningPlayer::install(const std::vector<std::string>& bundles) const {
 }
 
 RunningPlayer::RunningPlayer(const std::vector<std::string>& options, const std::vector<std::string>& bundles,
-                             const ChildProcess::Environment& desktop)
-    : port(freePort()), _environment(desktop), _outputFile(_home.path / "output") {
+                             const ChildProcess::Environment& desktop, std::string program)
+    : port(freePort()), _program(std::move(program)), _environment(desktop), _outputFile(_home.path / "output") {
     install(bundles);
     std::filesystem::create_directories(_home.path / "data" / "soundfonts");
     writeTinySoundFont(_home.path / "data" / "soundfonts" / "default-GM.sf2");
     std::vector<std::string> command{"sh",
                                      "-c",
                                      R"(exec "$0" "$@" 2>&1)",
-                                     ZELVANE_PROGRAM,
+                                     _program,
                                      "--set",
                                      "port=" + std::to_string(port),
                                      "--set",
@@ -93,7 +93,7 @@ RunningPlayer::RunningPlayer(const std::vector<std::string>& options, const std:
 }
 
 std::pair<int, std::string> RunningPlayer::startAgain(const std::vector<std::string>& options) const {
-    std::vector<std::string> command{"sh", "-c", R"(exec "$0" "$@" 2>&1)", ZELVANE_PROGRAM};
+    std::vector<std::string> command{"sh", "-c", R"(exec "$0" "$@" 2>&1)", _program};
     command.insert(command.end(), options.begin(), options.end());
     const std::string output = _home.path / "second";
     ChildProcess second(command, _environment, output);

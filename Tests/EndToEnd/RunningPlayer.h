@@ -36,9 +36,9 @@ class UdpEar {
 class RunningPlayer {
   public:
     /// Of the bundles named, as they are installed, it knows the instruments. With a desktop's environment it runs on
-    /// that desktop, else without one.
+    /// that desktop, else without one. The program is the one that was built, unless another is named.
     explicit RunningPlayer(const std::vector<std::string>& options = {}, const std::vector<std::string>& bundles = {},
-                           const ChildProcess::Environment& desktop = {});
+                           const ChildProcess::Environment& desktop = {}, std::string program = ZELVANE_PROGRAM);
 
     /// True once it says that it listens.
     bool isListening() const;
@@ -61,6 +61,7 @@ class RunningPlayer {
     void install(const std::vector<std::string>& bundles) const;
 
     TemporaryFolder _home;
+    const std::string _program;
     ChildProcess::Environment _environment;
     std::string _outputFile;
     std::unique_ptr<ChildProcess> _process;
