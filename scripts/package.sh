@@ -67,13 +67,12 @@ until_true() {
         sleep 0.1
     done
 }
-ends_well() { kill -TERM "$1" && wait "$1"; }
 has_sound() { [ -e /tmp/take.m4a ] && [ "$(stat -c %s /tmp/take.m4a)" -gt 20000 ]; }
 play_and_record() {
     zelvane --headless --device null --set port=$port --record /tmp/take.m4a >/tmp/log 2>&1 &
     player=$!
     until_true 60 grep -q 'listening on' /tmp/log && zelvane --set port=$port --send /om/note 6050 100 3000 1 &&
-        until_true 60 has_sound && ends_well $player
+        until_true 60 has_sound && kill -TERM $player && wait $player
     status=$?
     cat /tmp/log
     return $status
@@ -83,9 +82,10 @@ show_window() {
     Xvfb -displayfd 3 -screen 0 800x600x24 -nolisten tcp 3>/tmp/display 2>/dev/null &
     until_true 60 test -s /tmp/display || return
     export DISPLAY=":$(cat /tmp/display)"
-    dbus-run-session -- sh -c 'exec zelvane --device null --set autolaunch=1 --set port='$port' >/tmp/log 2>&1' &
+    dbus-run-session -- sh -c 'echo $$ >/tmp/player; exec zelvane --device null --set autolaunch=1 --set port='$port' >/tmp/log 2>&1' &
+    session=$!
     until_true 60 has_window && zelvane --set port=$port --send /om/note 6050 100 100 1 &&
-        ends_well "$(pgrep -x zelvane)"
+        kill -TERM "$(cat /tmp/player)" && wait $session
 }
 END
 }
@@ -107,9 +107,9 @@ may_enter_roots() {
 make_empty_root() {
     local codename mirror
     [[ ! -f $empty_root/.made ]] || return 0
+    [[ -n $(debian_sources) ]] || as_root apt-get -q update || return
     codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
     mirror=$(debian_sources | awk -v codename="$codename" '$3 == codename { print $2; exit }')
-    [[ -n $mirror ]] || { as_root apt-get -q update && mirror=$(debian_sources | awk -v codename="$codename" '$3 == codename { print $2; exit }'); }
     remove_root "$empty_root" && use_proxy_of_apt &&
         as_root debootstrap --variant=minbase "$codename" "$empty_root" "$mirror" && as_root touch "$empty_root/.made"
 }
