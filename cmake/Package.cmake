@@ -13,8 +13,9 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL player desktop)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
-# What only packages have: compressed manuals, change log, copyright.
-set(CPACK_PRE_BUILD_SCRIPTS ${debian}/Finish.cmake)
+# What only packages have: compressed manuals, change log, copyright, and less in the programs.
+set(CPACK_PRE_BUILD_SCRIPTS ${debian}/BeforePacking.cmake)
+set(CPACK_POST_BUILD_SCRIPTS ${debian}/AfterPacking.cmake)
 set(CPACK_ZELVANE_DEBIAN ${debian})
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
