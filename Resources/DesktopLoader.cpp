@@ -26,6 +26,9 @@ std::filesystem::path modulePath() {
 std::unique_ptr<Desktop> loadDesktop(const DesktopServices& services, std::string& reason) {
     reason = "there is no display";
     if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM")) return nullptr;
+    std::error_code error;
+    reason = "its part for desktops, the package zelvane-desktop, is not installed";
+    if (!std::filesystem::exists(modulePath(), error)) return nullptr;
     // It stays: what Qt registers at exit is called then.
     void* const module = ::dlopen(modulePath().c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     const auto make = reinterpret_cast<decltype(&zelvaneMakeDesktop)>(

@@ -2,6 +2,7 @@
 #include "PYMIDI/PYMIDIManager.h"
 #include "Platform/Audio/Graph/AudioPlatform.h"
 #include "Platform/Desktop/OneInstance.h"
+#include "Platform/Desktop/ServiceNotifier.h"
 #include "Platform/Foundation/Collation.h"
 #include "Platform/Foundation/Folders.h"
 #include "Platform/Foundation/LocalizedString.h"
@@ -203,6 +204,7 @@ int play(const Options& options) {
     if (options.record) application.enableRecording(std::filesystem::absolute(*options.record));
     session.begin(defaults);
     mainRunLoop.run();
+    notifyServiceManager("STOPPING=1");
     instance.answerWith({});
     application.applicationWillTerminate();
     platform.components.setViewControllerProvider(nullptr);

@@ -14,6 +14,16 @@ forget_if_moved() {
     [[ $home -ef . ]] || rm -rf "$1"
 }
 
+# For who only wants the player. A folder that ./test has set up with the tests serves as well as one without.
+configure_player() {
+    forget_if_moved build/release
+    is_configured build/release && return
+    say "Configuring build/release"
+    local tests=()
+    [[ -f build/release/build.ninja ]] || tests=(-DZELVANE_TESTS=OFF)
+    cmake --preset release "${tests[@]}" >build/configure.log 2>&1 || { cat build/configure.log >&2; return 1; }
+}
+
 # build PRESET [NINJA'S OPTION OR TARGET...]; one at a time, whoever else is at it.
 build() {
     local folder=build/$1 wait=()

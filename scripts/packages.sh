@@ -63,6 +63,15 @@ machine cpio                cmd:cpio                             packs its first
 machine kmod                file:/usr/sbin/modprobe,/sbin/modprobe  finds the kernel's modules
 machine alsa-utils          cmd:aconnect                         clients of the sequencer that are not ours
 
+package dpkg-dev            cmd:dpkg-shlibdeps                   finds the packages that libraries are in
+package file                cmd:file                             finds what uses libraries
+package lintian             cmd:lintian                          looks for mistakes in packages
+package desktop-file-utils  cmd:desktop-file-validate            looks for mistakes in the desktop entry
+package appstream           cmd:appstreamcli                     looks for mistakes in what software centres show
+package man-db              cmd:man                              looks for mistakes in the manual
+package debootstrap         file:/usr/sbin/debootstrap,/sbin/debootstrap  an empty Debian to try packages in
+package ffmpeg              cmd:ffmpeg                           listens to what was recorded there
+
 bench  liblo-dev            pc:liblo                             an OSC library to compare with
 bench  fluidsynth           cmd:fluidsynth                       a program to compare with
 bench  jalv                 cmd:jalv                             an LV2 host to compare with

@@ -110,7 +110,7 @@ bool LoginItem::registerAndReturnError(Error& error) const {
     entry.set("Comment", localizedString("Plays microtones that other programs send"));
     entry.set("Exec", commandStarting(_program.string()));
     entry.set("TryExec", _program.string());
-    entry.set("Icon", "zelvane");
+    entry.set("Icon", kIconName);
     entry.set("Terminal", "false");
     return write(files().front(), entry, error);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Platform/Foundation/ApplicationID.h"
 #include "Platform/Foundation/Error.h"
 
 #include <filesystem>
@@ -21,7 +22,7 @@ class LoginItem {
     };
 
     /// The item that starts the program at that path; the entry's file is `name`.desktop.
-    explicit LoginItem(std::filesystem::path program, std::string name = "zelvane");
+    explicit LoginItem(std::filesystem::path program, std::string name = kApplicationID);
     /// The item of the program that runs.
     static LoginItem mainAppService();
 

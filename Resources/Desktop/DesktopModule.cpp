@@ -4,6 +4,7 @@
 #include "Platform/Desktop/Qt/Display.h"
 #include "Platform/Desktop/Qt/PlaceholderColor.h"
 #include "Platform/Desktop/Qt/QtEventLoop.h"
+#include "Platform/Foundation/ApplicationID.h"
 #include "Sources/Desktop.h"
 #include "Sources/DesktopShell/DesktopShell.h"
 
@@ -47,7 +48,7 @@ class QtDesktop final : public Desktop {
 void nameApplication() {
     QApplication::setApplicationName(QStringLiteral("zelvane"));
     QApplication::setApplicationDisplayName(QStringLiteral("Zelvane"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("zelvane"));
+    QGuiApplication::setDesktopFileName(QString::fromLatin1(kApplicationID));
     QApplication::setQuitOnLastWindowClosed(false);
 }
 

@@ -33,13 +33,13 @@ class LoginItemTest : public testing::Test {
         return "[Desktop Entry]\nType=Application\nExec=" + program.string() + " --some=word\n" + lines;
     }
     LoginItem::Status statusWithUsers(const std::string& text) const {
-        folder.write("config/autostart/zelvane.desktop", text);
+        folder.write("config/autostart/org.zelvane.Zelvane.desktop", text);
         return item.status();
     }
 
     TemporaryFolder folder;
-    const std::filesystem::path user = folder.path / "config/autostart/zelvane.desktop";
-    const std::filesystem::path system = folder.path / "xdg/autostart/zelvane.desktop";
+    const std::filesystem::path user = folder.path / "config/autostart/org.zelvane.Zelvane.desktop";
+    const std::filesystem::path system = folder.path / "xdg/autostart/org.zelvane.Zelvane.desktop";
     const ScopedEnvironment environment{{{"XDG_CONFIG_HOME", folder.path / "config"},
                                          {"XDG_CONFIG_DIRS", folder.path / "xdg"},
                                          {"XDG_CURRENT_DESKTOP", "Garden:GNOME"},
@@ -114,7 +114,7 @@ TEST_F(LoginItemTest, FindsProgramsByTheirNames) {
 }
 
 TEST_F(LoginItemTest, TurnsTheSystemsEntryOffAndOnForTheUserAlone) {
-    folder.write("xdg/autostart/zelvane.desktop", entry());
+    folder.write("xdg/autostart/org.zelvane.Zelvane.desktop", entry());
     EXPECT_EQ(item.status(), LoginItem::kEnabled);
     ASSERT_TRUE(item.unregisterAndReturnError(error));
     EXPECT_EQ(item.status(), LoginItem::kRequiresApproval);

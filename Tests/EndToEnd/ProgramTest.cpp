@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Platform/Foundation/FileDescriptor.h"
 #include "Tests/Audio/Lv2Bundles.h"
 #include "Tests/EndToEnd/RunningPlayer.h"
+#include "Tests/Fakes/ScopedEnvironment.h"
 
 #include <gmock/gmock.h>
 #include <sys/socket.h>
@@ -21,6 +23,31 @@ using testing::HasSubstr;
 OSCMessage fifos(double milliseconds, float pitch) {
     return {"/vesk.µq/fifos", {{milliseconds}, {pitch}, {100}, {20}, {1}}};
 }
+
+/// Where a service manager hears of the programs that it has started.
+class ServiceManagersEar {
+  public:
+    ServiceManagersEar() {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        name().copy(address.sun_path, sizeof address.sun_path - 1);
+        ::bind(_socket.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        const timeval limit{60, 0};
+        ::setsockopt(_socket.number(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    }
+
+    std::string name() const { return _folder.path / "notify"; }
+    /// Nothing when none comes for a minute.
+    std::string next() const {
+        std::array<char, 64> text{};
+        const auto length = ::recv(_socket.number(), text.data(), text.size(), 0);
+        return {text.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
+    }
+
+  private:
+    TemporaryFolder _folder;
+    FileDescriptor _socket{::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
+};
 
 std::ptrdiff_t countLines(const std::string& text, const std::string& part) {
     std::ptrdiff_t count = 0;
@@ -139,24 +166,14 @@ TEST(Program, ABurstOfTwentyThousandMessagesLosesNone) {
     EXPECT_EQ(player.terminate(), 0);
 }
 
-TEST(Program, TheServiceManagerHearsThatItIsReady) {
-    TemporaryFolder folder;
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const std::string name = folder.path / "notify";
-    name.copy(address.sun_path, sizeof address.sun_path - 1);
-    const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    const timeval limit{60, 0};
-    ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    ::setenv("NOTIFY_SOCKET", name.c_str(), 1);
+TEST(Program, TheServiceManagerHearsThatItIsReadyAndThatItStops) {
+    const ServiceManagersEar manager;
+    const ScopedEnvironment environment({{"NOTIFY_SOCKET", manager.name()}});
     RunningPlayer player({"--device", "null"});
-    ::unsetenv("NOTIFY_SOCKET");
-    std::array<char, 64> text{};
-    EXPECT_GT(::recv(socket, text.data(), text.size() - 1, 0), 0);
-    EXPECT_STREQ(text.data(), "READY=1");
-    ::close(socket);
+    EXPECT_EQ(manager.next(), "READY=1");
+    EXPECT_TRUE(player.isListening());
     EXPECT_EQ(player.terminate(), 0);
+    EXPECT_EQ(manager.next(), "STOPPING=1");
 }
 
 TEST(Program, WithoutAFontTheAlertNamesThePackage) {

@@ -37,7 +37,7 @@ class UdpEar {
 class RunningPlayer {
   public:
     /// Of the bundles named, as they are installed, it knows the instruments. With a desktop's environment it runs on
-    /// that desktop, else without one.
+    /// that desktop, else without one. The program is the one that was built, unless another is named.
     explicit RunningPlayer(const std::vector<std::string>& options = {}, const std::vector<std::string>& bundles = {},
                            const ChildProcess::Environment& desktop = {}, std::string program = ZELVANE_PROGRAM);
     /// Copies the program, without the lists of properties that come with it, into a folder; where it is then.

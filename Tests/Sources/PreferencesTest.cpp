@@ -163,7 +163,7 @@ TEST_F(PreferencesDialog, OpensAtLoginAsChecked) {
 TEST_F(PreferencesDialog, LeavesTheLoginCheckBoxAloneInOtherStates) {
     std::filesystem::create_directories(folder.path / "config/autostart");
     for (const auto* lines : {"Exec=/nowhere/zelvane\n", "Hidden=true\n"}) {
-        folder.write("config/autostart/zelvane.desktop", std::string("[Desktop Entry]\n") + lines);
+        folder.write("config/autostart/org.zelvane.Zelvane.desktop", std::string("[Desktop Entry]\n") + lines);
         ASSERT_GE(loginItem.status(), LoginItem::kRequiresApproval);
         open();
         EXPECT_FALSE(widget<QCheckBox>("loginCheckButton").isChecked());

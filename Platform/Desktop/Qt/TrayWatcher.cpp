@@ -83,8 +83,10 @@ void TrayWatcher::askBus() {
 
 void TrayWatcher::askDisplay() {
     const auto* display = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (_isFound || display == nullptr) return;
-    if (displayHasTray(display->connection())) return tellFound();
+    // Qt's displays without a screen are of X's kind, yet may have no connection.
+    auto* connection = display != nullptr ? display->connection() : nullptr;
+    if (_isFound || connection == nullptr) return;
+    if (displayHasTray(connection)) return tellFound();
     _displayTimer.start(kDisplayInterval);
 }
 
