@@ -9,9 +9,16 @@
 
 namespace zelvane {
 
+/// PipeWire's library sends what its latency callback says without a lock, into the midst of what other threads of ours
+/// are sending, and ends the program when it finds the mess.
+bool JackLatencies::isUsable() const {
+    const JackLibrary& library = _client.library();
+    return library.setLatencyCallback != nullptr && !library.isPipeWires;
+}
+
 void JackLatencies::setHandlers(Handlers handlers) {
     _handlers = std::move(handlers);
-    if (_client.library().setLatencyCallback == nullptr) return;
+    if (!isUsable()) return;
     _client.library().setLatencyCallback(
         _client.handle(),
         [](jack_latency_callback_mode_t mode, void* argument) {
@@ -23,7 +30,7 @@ void JackLatencies::setHandlers(Handlers handlers) {
 
 void JackLatencies::update() {
     const JackLibrary& library = _client.library();
-    if (library.recomputeTotalLatencies == nullptr || _client.isDead()) return;
+    if (!isUsable() || _client.isDead()) return;
     const std::uint64_t changes = _throughput.changes();
     const std::uint32_t period = library.bufferSize(_client.handle());
     if (changes == _seenChanges && period == _seenPeriod) return;

@@ -11,7 +11,7 @@
 namespace zelvane {
 
 /// A client's share in working out latencies: it is asked by its server, in a thread of the library, and may ask the
-/// server to begin anew. Where the library is too old to have such, nobody is asked.
+/// server to begin anew. Where the library is too old to have such, or is PipeWire's, nobody is asked.
 class JackLatencies {
   public:
     struct Handlers {
@@ -35,6 +35,8 @@ class JackLatencies {
                   JackThroughput::Range range) const;
 
   private:
+    bool isUsable() const;
+
     const JackClient& _client;
     const JackThroughput& _throughput;
     Handlers _handlers;
