@@ -187,6 +187,7 @@ TEST_F(JackManners, leavesTheWiresToASession) {
     presence.hasStarted->store(true);
     ASSERT_TRUE(opens(""));
     EXPECT_TRUE(waitFor([&] { return wires().find("\nZelvane.nABC:out_left\n   system") != std::string::npos; }));
+    stream.reset();
 }
 
 using WiredController = WithController<JackManners, JackBackEnd>;
