@@ -59,12 +59,13 @@ bool XServer::startTray() {
 
 bool XServer::clickTray() const {
     const auto hasIcon = [this] {
-        // An icon is a window in the tray's panel, and stands on the line below it.
+        // An icon is a window in the tray's panel, and told of two lines below it: between them stands how many there
+        // are.
         const std::string all = windows();
         const auto panel = all.find("\"panel\"");
         if (panel == std::string::npos) return false;
-        const auto line = all.find('\n', panel) + 1;
-        return all.substr(line, all.find('\n', line) - line).find("\"zelvane\"") != std::string::npos;
+        const auto children = all.find('\n', panel) + 1, icon = all.find('\n', children) + 1;
+        return all.substr(icon, all.find('\n', icon) - icon).find("\"zelvane\"") != std::string::npos;
     };
     return waitFor(hasIcon, kPatience) &&
            act({"search", "--classname", "^panel$", "mousemove", "--window", "%1", "8", "8", "click", "1"});
