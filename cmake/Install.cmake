@@ -21,6 +21,8 @@ install(FILES ${PROJECT_BINARY_DIR}/zelvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR
 install(FILES ${system}/zelvane.bash RENAME zelvane DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     COMPONENT player)
 install(FILES ${system}/zelvane.service DESTINATION lib/systemd/user COMPONENT player)
+install(FILES ${PROJECT_SOURCE_DIR}/Documentation/osc-reference.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zelvane
+    COMPONENT player)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Documentation/examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zelvane
     COMPONENT player)
 

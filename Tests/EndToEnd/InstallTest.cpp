@@ -131,10 +131,10 @@ TEST_F(Installed, NewInstrumentsAreTriedByTheHelper) {
 }
 
 TEST_F(Installed, FilesStandWhereTheProgramAndTheDesktopLook) {
-    for (const char* file :
-         {"share/Zelvane/PropertyLists/Music Device Default Properties.plist", "share/Zelvane/Help/help.css",
-          "share/Zelvane/Help/de/preferences_midi.html", "share/locale/fr/LC_MESSAGES/zelvane.mo",
-          "share/doc/zelvane/examples/microtones.py", "share/icons/hicolor/scalable/apps/zelvane.svg"})
+    for (const char* file : {"share/Zelvane/PropertyLists/Music Device Default Properties.plist",
+                             "share/Zelvane/Help/help.css", "share/Zelvane/Help/de/preferences_midi.html",
+                             "share/locale/fr/LC_MESSAGES/zelvane.mo", "share/doc/zelvane/examples/microtones.py",
+                             "share/doc/zelvane/osc-reference.md", "share/icons/hicolor/scalable/apps/zelvane.svg"})
         EXPECT_TRUE(std::filesystem::is_regular_file(prefix() / file)) << file;
     const auto unit = textOf("lib/systemd/user/zelvane.service");
     EXPECT_THAT(unit, HasSubstr("\nType=notify\nExecStart=zelvane --headless\n"));
