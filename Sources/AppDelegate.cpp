@@ -37,6 +37,7 @@ void AppDelegate::applicationDidFinishLaunching(bool listensAtOnce) {
     _platform.components.setChangeHandler([this] { _mainRunLoop.perform([this] { musicDevicesDidChange(); }); });
     _zelvane = std::make_unique<Zelvane>(_playerRunLoop, _platform, *this, _defaults);
     _zelvane->setAuviewDelegate(pluginWindow);
+    if (_musicDevicesHaveChanged) _mainRunLoop.perform([this] { musicDevicesDidChange(); });
     const bool listens = listensAtOnce || _defaults.integer("autolaunch") == 1;
     if (!listens || !_zelvane->hasConnection()) return;
     // Behind what the set-up has to tell, which may end the program.
@@ -48,7 +49,9 @@ void AppDelegate::applicationDidFinishLaunching(bool listensAtOnce) {
 
 // The chosen instrument may not have been known yet when the player started.
 void AppDelegate::musicDevicesDidChange() {
-    if (_zelvane == nullptr) return;
+    // While the player is being made the loop runs, too.
+    _musicDevicesHaveChanged = _zelvane == nullptr;
+    if (_musicDevicesHaveChanged) return;
     const auto chosen = _defaults.string("musicDevice");
     const bool wasOffered = _zelvane->isOffered(chosen);
     _zelvane->audioEngine().updateMusicDevices();

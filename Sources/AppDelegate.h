@@ -103,6 +103,7 @@ class AppDelegate : public Application {
     std::shared_ptr<Timer> _countsTimer;  // while the counts change
     PlayerCounts _shownCounts;
     bool _bindToAddressSucceeded = false;
+    bool _musicDevicesHaveChanged = false;  // before there was a player to tell
     bool _preferencesDialogIsOpen = false;
     std::atomic<int> _exitStatus{0};  // written by whoever ends the program, read by the main thread
     std::unique_ptr<Zelvane> _zelvane;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Jack/JackLatencies.h"
 
-#include "Platform/Jack/ScopedBrokenPipeBlock.h"
 #include "Platform/Jack/Uncancelled.h"
 
 #include <algorithm>
@@ -26,18 +25,6 @@ void JackLatencies::setHandlers(Handlers handlers) {
             uncancelled([&] { mode == JackCaptureLatency ? own.capture() : own.playback(); });
         },
         this);
-}
-
-void JackLatencies::update() {
-    const JackLibrary& library = _client.library();
-    if (!isUsable() || _client.isDead()) return;
-    const std::uint64_t changes = _throughput.changes();
-    const std::uint32_t period = library.bufferSize(_client.handle());
-    if (changes == _seenChanges && period == _seenPeriod) return;
-    _seenChanges = changes;
-    _seenPeriod = period;
-    const ScopedBrokenPipeBlock block;
-    library.recomputeTotalLatencies(_client.handle());
 }
 
 JackThroughput::Range JackLatencies::range(std::span<jack_port_t* const> ports,

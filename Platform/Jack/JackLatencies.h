@@ -10,8 +10,11 @@
 
 namespace zelvane {
 
-/// A client's share in working out latencies: it is asked by its server, in a thread of the library, and may ask the
-/// server to begin anew. Where the library is too old to have such, or is PipeWire's, nobody is asked.
+/// A client's share in working out latencies: it is asked by its server, in a thread of the library, whenever wires or
+/// the period change. Where the library is too old to have such, or is PipeWire's, nobody is asked.
+///
+/// It does not have the server begin anew: the library asks a client about its ports without a lock, and ends the
+/// program when another thread registers one meanwhile.
 class JackLatencies {
   public:
     struct Handlers {
@@ -19,15 +22,10 @@ class JackLatencies {
         std::function<void()> playback;  ///< how long until what comes to our ports is heard
     };
 
-    JackLatencies(const JackClient& client, const JackThroughput& throughput)
-        : _client(client), _throughput(throughput) {}
+    explicit JackLatencies(const JackClient& client) : _client(client) {}
 
     /// Before the client is active.
     void setHandlers(Handlers handlers);
-
-    /// Has all latencies of the server worked out anew if those that a client's other half knows have changed, or the
-    /// server's period has. One thread at a time, no callback of the library's.
-    void update();
 
     /// All that these ports are told of. Null ports are passed over.
     JackThroughput::Range range(std::span<jack_port_t* const> ports, jack_latency_callback_mode_t mode) const;
@@ -38,10 +36,7 @@ class JackLatencies {
     bool isUsable() const;
 
     const JackClient& _client;
-    const JackThroughput& _throughput;
     Handlers _handlers;
-    std::uint64_t _seenChanges = 0;
-    std::uint32_t _seenPeriod = 0;
 };
 
 }  // namespace zelvane

@@ -106,12 +106,10 @@ void JackLibrary::bindOptional(void* handle) {
 void JackLibrary::bindLatencies(void* handle) {
     if (bind(handle, "jack_port_get_latency_range", portLatencyRange) &&
         bind(handle, "jack_port_set_latency_range", setPortLatencyRange) &&
-        bind(handle, "jack_recompute_total_latencies", recomputeTotalLatencies) &&
         bind(handle, "jack_set_latency_callback", setLatencyCallback))
         return;
     portLatencyRange = nullptr;
     setPortLatencyRange = nullptr;
-    recomputeTotalLatencies = nullptr;
     setLatencyCallback = nullptr;
 }
 

@@ -80,7 +80,6 @@ class JackLibrary {
     decltype(&::jack_set_latency_callback) setLatencyCallback = nullptr;
     decltype(&::jack_port_get_latency_range) portLatencyRange = nullptr;
     decltype(&::jack_port_set_latency_range) setPortLatencyRange = nullptr;
-    decltype(&::jack_recompute_total_latencies) recomputeTotalLatencies = nullptr;
 
     /// It is PipeWire's, also where that has taken the place of JACK's own. Its ports have aliases of another kind.
     bool isPipeWires = false;

@@ -27,17 +27,11 @@ class JackThroughput {
     /// How long after it came to our ports a message is heard; none where no sound of ours goes through the server.
     void setTimeToSound(std::optional<Range> time);
     std::optional<Range> timeToSound() const;
-    /// Counts the changes to either.
-    std::uint64_t changes() const;
 
   private:
-    template <typename Value>
-    void set(Value& value, const Value& present);
-
     mutable std::mutex _mutex;
     Range _ageOfMessages;
     std::optional<Range> _timeToSound;
-    std::uint64_t _changes = 0;
 };
 
 }  // namespace zelvane

@@ -71,8 +71,7 @@ class Onlooker {
         return text;
     }
 
-    JackThroughput _throughput;
-    JackLatencies _latencies{*client, _throughput};
+    JackLatencies _latencies{*client};
     std::array<jack_port_t*, 1> _keys{};
 };
 

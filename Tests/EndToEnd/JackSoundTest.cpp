@@ -68,7 +68,7 @@ TEST(JackSound, AnLv2InstrumentThatIsNewIsTakenUpAndPlaysTenths) {
     RunningPlayer player({"--set", "musicDevice=MDA JX10"}, {"mda.lv2"});
     ASSERT_TRUE(player.isListening()) << player.output();
     JackCapture capture(240);
-    ASSERT_TRUE(waitFor([&] { return capture.connect(); }));
+    ASSERT_TRUE(waitFor([&] { return capture.connect(); })) << capture.isOpen() << player.output() << server.output();
     const auto unitsSetUp = [&] {
         const std::string output = player.output();
         std::size_t count = 0;

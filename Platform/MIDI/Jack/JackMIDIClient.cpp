@@ -36,7 +36,7 @@ JackMIDIClient::JackMIDIClient(std::unique_ptr<JackClient> client, std::shared_p
       _queues(queues),
       _process(*_client, queues),
       _throughput(std::move(throughput)),
-      _latencies(*_client, *_throughput) {
+      _latencies(*_client) {
     setCallbacks();
 }
 
@@ -59,7 +59,6 @@ bool JackMIDIClient::activate() {
 
 void JackMIDIClient::upkeep() {
     _process.measureClock();
-    _latencies.update();
     if (!std::exchange(_isIconSet, true)) _client->setIcon();
 }
 

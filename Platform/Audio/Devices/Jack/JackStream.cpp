@@ -46,7 +46,7 @@ JackStream::JackStream(std::shared_ptr<JackClient> client, const std::string& si
       _library(_client->library()),
       _format(formatOf(*_client)),
       _throughput(std::move(throughput)),
-      _latencies(*_client, *_throughput),
+      _latencies(*_client),
       _connections(*_client, sink, std::move(wiring)) {}
 
 JackStream::~JackStream() {
@@ -186,7 +186,6 @@ void JackStream::upkeepOnce() {
     _connections.update(Clock::monotonic().now(), _havePortsGone.exchange(false));
     _isSinkLost.store(_connections.isSinkLost(), std::memory_order_relaxed);
     _clock.measure(_library);
-    _latencies.update();
 }
 
 bool JackStream::waitForNextUpkeep() {
