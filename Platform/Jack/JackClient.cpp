@@ -132,6 +132,7 @@ void JackClient::removeIcon() const {
 
 void JackClient::setProperty(jack_uuid_t subject, const char* key, const std::string& value, const char* type) const {
     const std::lock_guard lock(propertiesMutex());
+    const auto turn = turnToAsk();
     const ScopedBrokenPipeBlock block;
     if (_library.setProperty == nullptr || isDead()) return;
     _library.setProperty(_client, subject, key, value.c_str(), type);
@@ -139,12 +140,14 @@ void JackClient::setProperty(jack_uuid_t subject, const char* key, const std::st
 
 void JackClient::removeProperties(jack_uuid_t subject) const {
     const std::lock_guard lock(propertiesMutex());
+    const auto turn = turnToAsk();
     const ScopedBrokenPipeBlock block;
     if (_library.removeProperties == nullptr || isDead()) return;
     _library.removeProperties(_client, subject);
 }
 
 std::optional<jack_uuid_t> JackClient::ownUuid() const {
+    const auto turn = turnToAsk();
     const ScopedBrokenPipeBlock block;
     if (_library.uuidForClientName == nullptr || _library.parseUuid == nullptr || isDead()) return {};
     char* text = _library.uuidForClientName(_client, _library.clientName(_client));

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +32,10 @@ class JackClient {
     jack_client_t* handle() const { return _client; }
     /// The server has gone. Any thread, real-time safe.
     bool isDead() const { return _isDead.load(std::memory_order_acquire); }
+
+    /// To be held by whoever has the library ask the server for something, as registering a port does, where another
+    /// thread may do so: the library gives two that ask at once each other's answers. No callback of the library's.
+    std::unique_lock<std::mutex> turnToAsk() const { return std::unique_lock(_asking); }
 
     /// Full names of the ports of a type that have all these flags (JackPortIs…), in the server's order.
     std::vector<std::string> ports(const char* type, unsigned long flags) const;
@@ -59,6 +64,7 @@ class JackClient {
     const JackLibrary& _library;
     jack_client_t* const _client;
     WakeUp* const _whenDead;
+    mutable std::mutex _asking;
     std::atomic<TimePoint>& _lastDeath;  // of any client of the library's; written by its threads, read by any
     const TimePoint _openedAt = Clock::monotonic().now();
     std::atomic<bool> _isDead{false};  // written by a thread of the library, read by any

@@ -144,6 +144,7 @@ void JackMIDIClient::remove(jack_port_t* port) {
     std::erase_if(ports.outputs, [port](const auto& each) { return each.port == port; });
     publish(std::move(ports));
     const ScopedBrokenPipeBlock block;
+    const auto turn = _client->turnToAsk();
     if (!isDead()) _library.portUnregister(_client->handle(), port);
 }
 
@@ -157,6 +158,7 @@ void JackMIDIClient::publish(JackMIDIProcess::Ports ports) {
 
 jack_port_t* JackMIDIClient::registerPort(const std::string& name, JackPortFlags direction) const {
     const ScopedBrokenPipeBlock block;
+    const auto turn = _client->turnToAsk();
     jack_port_t* port = nullptr;
     for (int attempt = 1; attempt <= kAttempts && port == nullptr && !isDead(); ++attempt) {
         port = _library.portRegister(_client->handle(), shortName(name, attempt).c_str(), JACK_DEFAULT_MIDI_TYPE,
@@ -167,6 +169,7 @@ jack_port_t* JackMIDIClient::registerPort(const std::string& name, JackPortFlags
 
 bool JackMIDIClient::rename(jack_port_t* port, const std::string& name) const {
     const ScopedBrokenPipeBlock block;
+    const auto turn = _client->turnToAsk();
     if (_library.portRename == nullptr) return false;
     for (int attempt = 1; attempt <= kAttempts && !isDead(); ++attempt) {
         if (_library.portRename(_client->handle(), port, shortName(name, attempt).c_str()) == 0) return true;
@@ -184,6 +187,7 @@ std::string JackMIDIClient::shortName(const std::string& name, int attempt) cons
 
 bool JackMIDIClient::connect(const std::string& source, const std::string& destination) const {
     const ScopedBrokenPipeBlock block;
+    const auto turn = _client->turnToAsk();
     const int status = isDead() ? -1 : _library.connect(_client->handle(), source.c_str(), destination.c_str());
     return status == 0 || status == EEXIST;
 }
