@@ -11,10 +11,8 @@
 namespace zelvane {
 
 /// A client's share in working out latencies: it is asked by its server, in a thread of the library, whenever wires or
-/// the period change. Where the library is too old to have such, or is PipeWire's, nobody is asked.
-///
-/// It does not have the server begin anew: the library asks a client about its ports without a lock, and ends the
-/// program when another thread registers one meanwhile.
+/// the period change. It never has the server begin anew, which would bother all clients there are. Where the library
+/// is too old to have such, or is PipeWire's, nobody is asked.
 class JackLatencies {
   public:
     struct Handlers {
