@@ -101,7 +101,12 @@ class Photographer {
     bool takeOfMenu() {
         if (!_display.startTray()) return false;
         const auto player = start();
-        return player.isListening() && _display.clickTray() && take("Zelvane$", "menu");
+        if (!player.isListening()) return false;
+        _display.act({"sleep", "3"});  // until the instrument's name is known, by which the menu grows
+        if (!_display.clickTray()) return false;
+        _display.act({"sleep", "1"});  // while it is drawn
+        const int scale = std::stoi(_look.scale);
+        return _display.takePictureOfCorner(360 * scale, 190 * scale, _folder / ("menu-" + _look.name + ".png"));
     }
 
     /// Of the window that the keys open; one that was just shown may not have the keyboard yet.

@@ -10,28 +10,25 @@ namespace zelvane {
 namespace {
 
 constexpr double kPatience = 20;
+constexpr int kWidth = 2560;  // pixels
 
-/// Of the windows that xdotool described: its number.
-std::string largestWindow(const std::string& descriptions) {
-    std::pair<long, std::string> largest{0, ""};
-    std::string window;
-    long width = 0;
-    std::istringstream lines(descriptions);
+/// Of xdotool's description of a window: width times height.
+long areaOf(const std::string& description) {
+    std::istringstream lines(description);
+    long width = 0, height = 0;
     for (std::string line; std::getline(lines, line);) {
-        const std::string value = line.substr(line.find('=') + 1);
-        if (line.starts_with("WINDOW=")) window = value;
-        if (line.starts_with("WIDTH=")) width = std::stol(value);
-        if (line.starts_with("HEIGHT=")) largest = std::max(largest, {width * std::stol(value), window});
+        if (line.starts_with("WIDTH=")) width = std::stol(line.substr(6));
+        if (line.starts_with("HEIGHT=")) height = std::stol(line.substr(7));
     }
-    return largest.second;
+    return width * height;
 }
 
 }  // namespace
 
 bool XServer::start() {
     const std::string number = (_folder.path / "display").string();
-    _server.emplace(std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", "2560x1600x24", "-nolisten",
-                                             "tcp", "-noreset"},
+    _server.emplace(std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0",
+                                             std::to_string(kWidth) + "x1600x24", "-nolisten", "tcp", "-noreset"},
                     ChildProcess::Environment{}, number);
     const auto isTold = [&] { return TemporaryFolder::read(number).ends_with('\n'); };
     if (!waitFor(isTold, kPatience)) return false;
@@ -59,13 +56,10 @@ bool XServer::startTray() {
 
 bool XServer::clickTray() const {
     const auto hasIcon = [this] {
-        // An icon is a window in the tray's panel, and told of two lines below it: between them stands how many there
-        // are.
+        // An icon is a window in the tray's panel, and told of some lines below it.
         const std::string all = windows();
         const auto panel = all.find("\"panel\"");
-        if (panel == std::string::npos) return false;
-        const auto children = all.find('\n', panel) + 1, icon = all.find('\n', children) + 1;
-        return all.substr(icon, all.find('\n', icon) - icon).find("\"zelvane\"") != std::string::npos;
+        return panel != std::string::npos && all.substr(panel, 400).find("\"zelvane\"") != std::string::npos;
     };
     return waitFor(hasIcon, kPatience) &&
            act({"search", "--classname", "^panel$", "mousemove", "--window", "%1", "8", "8", "click", "1"});
@@ -84,15 +78,29 @@ bool XServer::act(const std::vector<std::string>& words) const {
     return ChildProcess::run(command, environment());
 }
 
+std::string XServer::largestWindow(const std::string& title) const {
+    const std::string output = (_folder.path / "found").string();
+    ChildProcess::run({"timeout", "5", "xdotool", "search", "--onlyvisible", "--name", title}, environment(), output);
+    std::istringstream windows(TemporaryFolder::read(output));
+    std::pair<long, std::string> largest{0, ""};
+    for (std::string window; std::getline(windows, window);) {
+        ChildProcess::run({"xdotool", "getwindowgeometry", "--shell", window}, environment(), output);
+        largest = std::max(largest, {areaOf(TemporaryFolder::read(output)), window});
+    }
+    return largest.second;
+}
+
 bool XServer::takePicture(const std::string& title, const std::string& file) const {
-    const std::string output = (_folder.path / "geometry").string();
-    if (!ChildProcess::run({"timeout", "5", "xdotool", "search", "--onlyvisible", "--name", title, "getwindowgeometry",
-                            "--shell", "%@"},
-                           environment(), output))
-        return false;
-    const std::string window = largestWindow(TemporaryFolder::read(output));
-    return ChildProcess::run({"ffmpeg", "-y", "-f", "x11grab", "-draw_mouse", "0", "-window_id", window, "-i", _display,
-                              "-frames:v", "1", file},
+    const std::string window = largestWindow(title);
+    return !window.empty() && ChildProcess::run({"ffmpeg", "-y", "-f", "x11grab", "-draw_mouse", "0", "-window_id",
+                                                 window, "-i", _display, "-frames:v", "1", file},
+                                                environment());
+}
+
+bool XServer::takePictureOfCorner(int width, int height, const std::string& file) const {
+    return ChildProcess::run({"ffmpeg", "-y", "-f", "x11grab", "-draw_mouse", "0", "-video_size",
+                              std::to_string(width) + "x" + std::to_string(height), "-i",
+                              _display + "+" + std::to_string(kWidth - width) + ",0", "-frames:v", "1", file},
                              environment());
 }
 

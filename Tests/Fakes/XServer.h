@@ -31,7 +31,13 @@ class XServer {
     /// is none.
     bool takePicture(const std::string& title, const std::string& file) const;
 
+    /// Of the screen's upper right corner, where a tray's menus open.
+    bool takePictureOfCorner(int width, int height, const std::string& file) const;
+
   private:
+    /// Its number; empty when there is none of that title.
+    std::string largestWindow(const std::string& title) const;
+
     TemporaryFolder _folder;
     std::string _display;
     std::optional<ChildProcess> _server, _windowManager, _tray;
