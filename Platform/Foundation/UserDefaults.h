@@ -36,8 +36,8 @@ class UserDefaults {
 
     /// `handler` is called on the thread that stores, when there is something to save; it has `save` called soon.
     void setSaveHandler(std::function<void()> handler);
-    /// Writes the file if anything changed; a failure is logged and the change kept for the next try. True when the file
-    /// holds all that was stored.
+    /// Writes the file if anything changed; a failure is logged and the change kept for the next try. True when the
+    /// file holds all that was stored.
     bool save();
     /// Writes the file also when nothing has changed, so that it is there.
     bool saveAnyway();
