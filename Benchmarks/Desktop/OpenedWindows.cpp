@@ -19,7 +19,7 @@ bool OpenedWindows::isShown(const std::string& title) const {
 void OpenedWindows::open(const std::string& keys, const std::string& title) const {
     const auto isOpened = [&] {
         if (isShown(title)) return true;
-        _display.act({"search", "--onlyvisible", "--name", "^Zelvane$", "windowactivate", "--sync", "key", keys});
+        _display.act({"search", "--onlyvisible", "--name", "^Zelvane$", "windowactivate", "sleep", "0.1", "key", keys});
         return false;
     };
     require(waitFor(isOpened, kPatience), title + " is not opened");
@@ -34,7 +34,7 @@ void OpenedWindows::move(const std::string& title) const {
 void OpenedWindows::close(const std::string& keys, const std::string& title) const {
     const auto isClosed = [&] {
         if (!isShown(title)) return true;
-        _display.act({"search", "--onlyvisible", "--name", title, "windowactivate", "--sync", "key", keys});
+        _display.act({"search", "--onlyvisible", "--name", title, "windowactivate", "sleep", "0.1", "key", keys});
         return false;
     };
     require(waitFor(isClosed, kPatience), title + " is not closed");

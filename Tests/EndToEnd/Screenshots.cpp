@@ -115,7 +115,7 @@ class Photographer {
             [&] {
                 if (_display.act({"search", "--onlyvisible", "--name", "^" + title})) return take(title, name);
                 _display.act(
-                    {"search", "--onlyvisible", "--name", "^Zelvane$", "windowactivate", "--sync", "key", keys});
+                    {"search", "--onlyvisible", "--name", "^Zelvane$", "windowactivate", "sleep", "0.1", "key", keys});
                 return false;
             },
             kPatience);
