@@ -126,8 +126,9 @@ void NativeEditorWidget::takeSizeOfWindow() {
         xcb_get_geometry_reply(server(), xcb_get_geometry(server(), window), nullptr));
     if (geometry == nullptr) return;
     const QSize size(geometry->width, geometry->height);
-    const QSize difference = size - _toldSize * devicePixelRatioF();
-    const bool isToldInLargePixels = std::max(std::abs(difference.width()), std::abs(difference.height())) <= 2;
+    const qreal ratio = devicePixelRatioF();
+    const QSize least = _toldSize * ratio * 0.9;
+    const bool isToldInLargePixels = ratio > 1 && size.width() >= least.width() && size.height() >= least.height();
     if (!_toldSize.isValid() || isToldInLargePixels) takeSize(size.width(), size.height());
 }
 
