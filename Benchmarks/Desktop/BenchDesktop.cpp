@@ -6,6 +6,7 @@
 #include "Benchmarks/Common/Require.h"
 #include "Benchmarks/Common/Statistics.h"
 #include "Benchmarks/Desktop/OpenedWindows.h"
+#include "Benchmarks/Desktop/RealtimeWait.h"
 #include "Tests/EndToEnd/JackCapture.h"
 #include "Tests/EndToEnd/RunningPlayer.h"
 #include "Tests/Fakes/JackServer.h"
@@ -25,7 +26,6 @@ namespace {
 constexpr unsigned kRate = 48000;
 constexpr unsigned kPeriod = 256;
 constexpr std::size_t kStarts = 20;
-constexpr std::size_t kRounds = 5;
 constexpr std::chrono::seconds kPhase(30);
 
 /// A display, its window manager and a bus.
@@ -88,19 +88,21 @@ class Stage {
         require(_started && _player.isListening() && _player.startAgain().first == 0, "no player");
         require(waitFor([&] { return _ear.isOpen() && _ear.connect(); }), "nothing to listen to");
         waitUntilItSounds();
-        std::printf("%s\n%-44s %7s %8s %8s\n", instrument.c_str(), "", "seconds", "gaps", "of ours");
+        std::printf("%s\n%-44s %7s %8s %8s %8s\n", instrument.c_str(), "", "seconds", "gaps", "of ours", "wait/ms");
     }
 
     /// Prints what the server lost while that was done for the length of a phase.
     void observe(const char* what, const std::function<void()>& work) {
         const std::size_t first = _ear.count(), late = linesWith(_server.output(), "Zelvane");
+        const auto waited = realtimeWaitOf(_player.id());
         const TimePoint begin = Clock::monotonic().now();
         while (Clock::monotonic().now() - begin < kPhase) {
             playChord();
             work();
         }
-        std::printf("%-44s %7.0f %8zu %8zu\n", what, millisecondsSince(begin) / 1000,
-                    _ear.gapCount(first, _ear.count()), linesWith(_server.output(), "Zelvane") - late);
+        const std::chrono::duration<double, std::milli> wait = realtimeWaitOf(_player.id()) - waited;
+        std::printf("%-44s %7.0f %8zu %8zu %8.2f\n", what, millisecondsSince(begin) / 1000,
+                    _ear.gapCount(first, _ear.count()), linesWith(_server.output(), "Zelvane") - late, wait.count());
         std::fflush(stdout);
     }
 

@@ -13,13 +13,13 @@ constexpr int kSteps = 20, kStep = 15;  // pixels
 }  // namespace
 
 bool OpenedWindows::isShown(const std::string& title) const {
-    return _display.act({"search", "--onlyvisible", "--name", title});
+    return _display.shows(title);
 }
 
 void OpenedWindows::open(const std::string& keys, const std::string& title) const {
     const auto isOpened = [&] {
         if (isShown(title)) return true;
-        _display.act({"search", "--onlyvisible", "--name", "^Zelvane$", "windowactivate", "sleep", "0.1", "key", keys});
+        _display.press(keys, "^Zelvane$");
         return false;
     };
     require(waitFor(isOpened, kPatience), title + " is not opened");
@@ -34,7 +34,7 @@ void OpenedWindows::move(const std::string& title) const {
 void OpenedWindows::close(const std::string& keys, const std::string& title) const {
     const auto isClosed = [&] {
         if (!isShown(title)) return true;
-        _display.act({"search", "--onlyvisible", "--name", title, "windowactivate", "sleep", "0.1", "key", keys});
+        _display.press(keys, title);
         return false;
     };
     require(waitFor(isClosed, kPatience), title + " is not closed");

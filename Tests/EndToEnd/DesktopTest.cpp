@@ -38,15 +38,8 @@ class ADesktop : public testing::Test {
         return std::make_unique<RunningPlayer>(all, std::vector<std::string>{}, environment());
     }
     /// Whether a window of that title is shown.
-    bool shows(const std::string& title) const {
-        return display.act({"search", "--onlyvisible", "--name", "^" + title});
-    }
-    /// Presses keys after asking for the keyboard for the window of that title, which need not get it: to be repeated
-    /// until there is an effect.
-    bool press(const std::string& title, const std::string& keys) const {
-        return display.act(
-            {"search", "--onlyvisible", "--name", "^" + title, "windowactivate", "sleep", "0.1", "key", keys});
-    }
+    bool shows(const std::string& title) const { return display.shows("^" + title); }
+    bool press(const std::string& title, const std::string& keys) const { return display.press(keys, "^" + title); }
     /// Presses Escape until the window is gone.
     bool closes(const std::string& title) const {
         return waitUntil([&] {

@@ -56,6 +56,7 @@ class RunningPlayer {
     std::string maps() const;
     /// Asks it to end; its exit status.
     int terminate();
+    pid_t id() const { return _process->id(); }
     int wait() { return _process->wait(); }
     void signal(int number) const { _process->signal(number); }
 

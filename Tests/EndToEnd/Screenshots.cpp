@@ -113,9 +113,8 @@ class Photographer {
     bool takeAfter(const std::string& keys, const std::string& title, const std::string& name) const {
         return waitFor(
             [&] {
-                if (_display.act({"search", "--onlyvisible", "--name", "^" + title})) return take(title, name);
-                _display.act(
-                    {"search", "--onlyvisible", "--name", "^Zelvane$", "windowactivate", "sleep", "0.1", "key", keys});
+                if (_display.shows("^" + title)) return take(title, name);
+                _display.press(keys, "^Zelvane$");
                 return false;
             },
             kPatience);

@@ -71,6 +71,16 @@ std::string XServer::windows() const {
     return TemporaryFolder::read(output);
 }
 
+bool XServer::shows(const std::string& title) const {
+    return act({"search", "--onlyvisible", "--name", title});
+}
+
+bool XServer::press(const std::string& keys, const std::string& title) const {
+    // A window that closes at the press takes the tool along, which leaves its other keys down.
+    act({"keyup", "ctrl", "keyup", "alt"});
+    return act({"search", "--onlyvisible", "--name", title, "windowactivate", "sleep", "0.1", "key", keys});
+}
+
 bool XServer::act(const std::vector<std::string>& words) const {
     // It waits for what may never come.
     std::vector<std::string> command{"timeout", "5", "xdotool"};

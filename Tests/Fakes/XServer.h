@@ -25,6 +25,11 @@ class XServer {
 
     /// All windows there are, as xwininfo prints them.
     std::string windows() const;
+    /// Whether a window is shown whose title is told by that regular expression.
+    bool shows(const std::string& title) const;
+    /// Presses keys after asking for the keyboard for the window of that title, which need not get it: to be repeated
+    /// until there is an effect.
+    bool press(const std::string& keys, const std::string& title) const;
     /// Runs xdotool with these words. True when it succeeded.
     bool act(const std::vector<std::string>& words) const;
     /// Takes a picture of the largest window that is shown with such a title (a regular expression). False when there
