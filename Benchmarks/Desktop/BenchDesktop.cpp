@@ -5,8 +5,8 @@
 
 #include "Benchmarks/Common/Require.h"
 #include "Benchmarks/Common/Statistics.h"
+#include "Benchmarks/Desktop/LostTime.h"
 #include "Benchmarks/Desktop/OpenedWindows.h"
-#include "Benchmarks/Desktop/RealtimeWait.h"
 #include "Tests/EndToEnd/JackCapture.h"
 #include "Tests/EndToEnd/RunningPlayer.h"
 #include "Tests/Fakes/JackServer.h"
@@ -78,6 +78,27 @@ std::size_t linesWith(const std::string& text, std::string_view client) {
     return count;
 }
 
+/// What a player's cycles came to on a server, so far.
+struct Losses {
+    Losses(const JackServer& server, const RunningPlayer& player)
+        : late(linesWith(server.output(), "Zelvane")), wait(realtimeWaitOf(player.id())), stolen(stolenTime()) {}
+
+    /// After the phase, the gaps in it and those at its beginning.
+    void print(const char* phase, TimePoint begin, const std::string& gaps, const Losses& before) const {
+        const auto milliseconds = [](auto time) { return std::chrono::duration<double, std::milli>(time).count(); };
+        std::printf("%-44s %7.0f %8s %8zu %8.0f %9.0f\n", phase, millisecondsSince(begin) / 1000, gaps.c_str(),
+                    late - before.late, milliseconds(wait - before.wait), milliseconds(stolen - before.stolen));
+        std::fflush(stdout);
+    }
+
+    std::size_t late;
+    std::chrono::nanoseconds wait, stolen;
+};
+
+void printHead(const std::string& name) {
+    std::printf("%-44s %7s %8s %8s %8s %9s\n", name.c_str(), "seconds", "gaps", "of ours", "wait/ms", "stolen/ms");
+}
+
 /// A player on a JACK server that plays a chord again and again, and somebody who listens.
 class Stage {
   public:
@@ -88,22 +109,20 @@ class Stage {
         require(_started && _player.isListening() && _player.startAgain().first == 0, "no player");
         require(waitFor([&] { return _ear.isOpen() && _ear.connect(); }), "nothing to listen to");
         waitUntilItSounds();
-        std::printf("%s\n%-44s %7s %8s %8s %8s\n", instrument.c_str(), "", "seconds", "gaps", "of ours", "wait/ms");
+        printHead(instrument);
     }
 
     /// Prints what the server lost while that was done for the length of a phase.
     void observe(const char* what, const std::function<void()>& work) {
-        const std::size_t first = _ear.count(), late = linesWith(_server.output(), "Zelvane");
-        const auto waited = realtimeWaitOf(_player.id());
+        const std::size_t first = _ear.count();
+        const Losses before(_server, _player);
         const TimePoint begin = Clock::monotonic().now();
         while (Clock::monotonic().now() - begin < kPhase) {
             playChord();
             work();
         }
-        const std::chrono::duration<double, std::milli> wait = realtimeWaitOf(_player.id()) - waited;
-        std::printf("%-44s %7.0f %8zu %8zu %8.2f\n", what, millisecondsSince(begin) / 1000,
-                    _ear.gapCount(first, _ear.count()), linesWith(_server.output(), "Zelvane") - late, wait.count());
-        std::fflush(stdout);
+        const std::size_t gaps = _ear.gapCount(first, _ear.count());
+        Losses(_server, _player).print(what, begin, std::to_string(gaps), before);
     }
 
     static void rest() { std::this_thread::sleep_for(std::chrono::seconds(1)); }
@@ -164,11 +183,11 @@ void measureScan() {
                                RunningPlayer::copyWithoutLists(folder.path));
     const std::string title = "^Scan DLSMusicDevice";
     require(waitFor([&] { return windows.isShown(title); }), "it does not scan");
+    printHead("DLSMusicDevice");
     const TimePoint begin = Clock::monotonic().now();
-    const std::size_t late = linesWith(server.output(), "Zelvane");
+    const Losses before(server, player);
     while (windows.isShown(title)) windows.move(title);
-    std::printf("%-44s %7.0f %8s %8zu\n", "scan window", millisecondsSince(begin) / 1000, "",
-                linesWith(server.output(), "Zelvane") - late);
+    Losses(server, player).print("scan window", begin, "", before);
 }
 
 }  // namespace

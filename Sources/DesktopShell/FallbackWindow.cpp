@@ -65,9 +65,20 @@ FallbackWindow::FallbackWindow(QtStatusItem& statusItem, const QMenu& menu)
 }
 
 void FallbackWindow::update() {
-    setWindowIcon(_statusItem.icon());
-    _image->setPixmap(_statusItem.icon().pixmap(kImageSize));
+    const QIcon icon = _statusItem.icon();
+    if (icon.cacheKey() != windowIcon().cacheKey()) {
+        setWindowIcon(icon);
+        _image->setPixmap(icon.pixmap(kImageSize));
+    }
     _state->setText(_statusItem.toolTip());
+    growToText();
+}
+
+// Qt asks a window for the height of its wrapped texts only when it is shown.
+void FallbackWindow::growToText() {
+    layout()->activate();
+    const int needed = layout()->totalHeightForWidth(width());
+    if (isVisible() && needed > height()) resize(width(), needed);
 }
 
 void FallbackWindow::bringUp() {

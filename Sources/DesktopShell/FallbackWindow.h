@@ -18,6 +18,8 @@ class FallbackWindow final : public QWidget {
     void bringUp();
 
   private:
+    void growToText();
+
     QtStatusItem& _statusItem;
     QLabel* _image;
     QLabel* _state;

@@ -76,9 +76,11 @@ bool XServer::shows(const std::string& title) const {
 }
 
 bool XServer::press(const std::string& keys, const std::string& title) const {
-    // A window that closes at the press takes the tool along, which leaves its other keys down.
-    act({"keyup", "ctrl", "keyup", "alt"});
-    return act({"search", "--onlyvisible", "--name", title, "windowactivate", "sleep", "0.1", "key", keys});
+    const bool isPressed =
+        act({"search", "--onlyvisible", "--name", title, "windowactivate", "sleep", "0.1", "key", keys});
+    // A window that closes at once takes the tool along, which leaves the keys down.
+    act({"keyup", keys});
+    return isPressed;
 }
 
 bool XServer::act(const std::vector<std::string>& words) const {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Benchmarks/Desktop/RealtimeWait.h"
+#include "Benchmarks/Desktop/LostTime.h"
 
 #include <sched.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -20,6 +21,14 @@ std::chrono::nanoseconds realtimeWaitOf(pid_t process) {
         all += std::chrono::nanoseconds(waiting);
     }
     return all;
+}
+
+std::chrono::nanoseconds stolenTime() {
+    std::ifstream cores("/proc/stat");
+    std::string all;
+    long long user = 0, nice = 0, system = 0, idle = 0, disk = 0, interrupts = 0, softInterrupts = 0, stolen = 0;
+    cores >> all >> user >> nice >> system >> idle >> disk >> interrupts >> softInterrupts >> stolen;
+    return stolen * std::chrono::nanoseconds(std::chrono::seconds(1)) / ::sysconf(_SC_CLK_TCK);
 }
 
 }  // namespace zelvane
