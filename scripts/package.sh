@@ -79,14 +79,16 @@ play_and_record() {
     cat /tmp/log
     return $status
 }
-has_window() { xwininfo -root -tree | grep '"Zelvane".* [0-9][0-9][0-9]x'; }
+# The one with the menu: alerts are not as high.
+has_window() { xwininfo -root -tree | grep '"Zelvane".* [0-9]\{3\}x[0-9]\{3\}+'; }
 show_window() {
     Xvfb -displayfd 3 -screen 0 800x600x24 -nolisten tcp 3>/tmp/display 2>/dev/null &
     until_true 60 test -s /tmp/display || return
     export DISPLAY=":$(cat /tmp/display)"
     dbus-run-session -- sh -c 'echo $$ >/tmp/player; exec zelvane --device null --set autolaunch=1 --set port='$port' >/tmp/log 2>&1' &
     session=$!
-    until_true 60 has_window && zelvane --set port=$port --send /om/note 6050 100 100 1 &&
+    until_true 60 has_window && until_true 60 grep -q 'listening on' /tmp/log &&
+        zelvane --set port=$port --send /om/note 6050 100 100 1 &&
         kill -TERM "$(cat /tmp/player)" && wait $session
 }
 END
