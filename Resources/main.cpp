@@ -154,6 +154,7 @@ int status(const Options& options) {
 std::string answerTo(const std::string& request, AppDelegate& application, Shell& shell) {
     if (request == kStatus) return reportText(application.report());
     if (request == kStatusAsJson) return reportJson(application.report());
+    if (request != kShow) return {};
     return std::string(shell.bringUp() ? kShown : kHidden);
 }
 

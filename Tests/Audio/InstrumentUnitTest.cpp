@@ -65,13 +65,17 @@ TEST(InstrumentUnit, EventsSoundOneLatencyAfterTheirTimeWhateverTheBlocks) {
 
 TEST(InstrumentUnit, EventsOfOneFrameKeepTheirOrderAndLateOnesPlayAtOnceAndAreCounted) {
     Rig rig;
-    rig.render(500);
-    rig.sendAt(10ms, 0xB0, 0, 1);
-    rig.sendAt(10ms, 0xC0, 5, 0);
-    rig.sendAt(10ms, 0x90, 64, 1);
+    rig.frame = 400;
+    rig.sendAt(9ms, 0xE0, 0, 64);
+    rig.render(100);
+    EXPECT_EQ(rig.unit.lateEvents(), 0U) << "nothing was played yet";
+    rig.instrument->played.clear();
+    rig.sendAt(310ms, 0xB0, 0, 1);
+    rig.sendAt(310ms, 0xC0, 5, 0);
+    rig.sendAt(310ms, 0x90, 64, 1);
     rig.render(100);
     EXPECT_THAT(rig.instrument->played,
-                ElementsAre(PlayedEvent{500, 0xB0, 0, 1}, PlayedEvent{500, 0xC0, 5, 0}, PlayedEvent{500, 0x90, 64, 1}));
+                ElementsAre(PlayedEvent{100, 0xB0, 0, 1}, PlayedEvent{100, 0xC0, 5, 0}, PlayedEvent{100, 0x90, 64, 1}));
     EXPECT_EQ(rig.unit.lateEvents(), 3U);
 }
 

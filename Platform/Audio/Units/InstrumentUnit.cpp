@@ -89,10 +89,17 @@ bool InstrumentUnit::render(const UnitBlock& block) noexcept {
     const std::size_t count = _pending.collect(block.firstFrame, end, _blockEvents.size(), _blockEvents.data());
     const RenderResult result =
         _instrument->render({_blockEvents.data(), count}, block.left, block.right, block.frames);
-    const std::size_t late = _pending.countBefore(block.firstFrame, result.eventsTaken);
-    if (late > 0) _lateEvents.fetch_add(late, std::memory_order_relaxed);
+    countLate(block.firstFrame, result.eventsTaken);
     _pending.removeFirst(result.eventsTaken);
     return !result.isSilent;
+}
+
+// What was sent to a unit before it played at all, as its tunings are, had nobody who could have heard it in time.
+void InstrumentUnit::countLate(std::int64_t frame, std::size_t eventsTaken) noexcept {
+    if (!_firstFrame) _firstFrame = frame;
+    const std::size_t early = _pending.countBefore(std::min(*_firstFrame, frame), eventsTaken);
+    const std::size_t late = _pending.countBefore(frame, eventsTaken) - early;
+    if (late > 0) _lateEvents.fetch_add(late, std::memory_order_relaxed);
 }
 
 void InstrumentUnit::takeEvents(const UnitBlock& block) noexcept {

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace zelvane {
 
@@ -65,6 +66,7 @@ class InstrumentUnit : public AudioUnit {
     void applyParameters() noexcept;
     void takeEvents(const UnitBlock& block) noexcept;
     void takeEvent(const Event& event, const UnitBlock& block) noexcept;
+    void countLate(std::int64_t frame, std::size_t eventsTaken) noexcept;
     void recoverFromLoss(const UnitBlock& block) noexcept;
 
     static constexpr std::size_t kQueueCapacity = 4096;
@@ -78,6 +80,7 @@ class InstrumentUnit : public AudioUnit {
     EventQueue<Event, kQueueCapacity> _queue;
     PendingEvents _pending{kQueueCapacity};                 // audio thread
     std::array<TimedMIDI, kEventsPerBlock> _blockEvents{};  // audio thread
+    std::optional<std::int64_t> _firstFrame;                // audio thread; none before the first block
 
     std::atomic<std::uint64_t> _blocksRendered{0};  // written by the audio thread, read by control threads
     std::atomic<std::uint64_t> _lateEvents{0};      // written by the audio thread, read by all
