@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Audio/Instruments/Lv2/Lv2Properties.h"
 #include "Tests/Audio/Lv2Player.h"
-#include "Tests/Audio/PropertyAccess.h"
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/PitchMeter.h"
@@ -133,15 +132,15 @@ TEST(Lv2Instances, TenAreMadeSavedRestoredAndRemoved) {
         const float value = parameter.minimum + 0.75F * (parameter.maximum - parameter.minimum);
         units[0]->instrument->setParameter(1, value);
         units[0]->block();
-        const PropertyList info = gotObject(*units[0]->instrument, kAudioUnitProperty_ClassInfo);
+        const PropertyList info = units[0]->classInfo();
         Error error;
         const auto travelled = parsePropertyList(serializePropertyList(info), error);
         ASSERT_TRUE(travelled) << entry.uri << error.description;
         for (auto& unit : units) {
-            EXPECT_EQ(setObject(*unit->instrument, kAudioUnitProperty_ClassInfoFromDocument, *travelled), kNoError);
+            EXPECT_EQ(unit->setObject(kAudioUnitProperty_ClassInfoFromDocument, *travelled), kNoError);
             unit->block();
             EXPECT_EQ(unit->instrument->parameterValue(1), value) << entry.uri;
-            EXPECT_EQ(gotObject(*unit->instrument, kAudioUnitProperty_ClassInfo), info) << entry.uri;
+            EXPECT_EQ(unit->classInfo(), info) << entry.uri;
         }
     }
     EXPECT_TRUE(waitFor([&] { return threadsOfThisProcess() <= threads; }));
@@ -149,20 +148,19 @@ TEST(Lv2Instances, TenAreMadeSavedRestoredAndRemoved) {
 
 TEST(Lv2Presets, AreListedAndChosenByNumber) {
     Lv2Player player(monosynth());
-    const auto list = gotObject(*player.instrument, kAudioUnitProperty_FactoryPresets);
+    const auto list = player.gotObject(kAudioUnitProperty_FactoryPresets);
     const auto& presets = std::get<PropertyList::Array>(list.value);
     ASSERT_GT(presets.size(), 5U);
-    const auto before = gotObject(*player.instrument, kAudioUnitProperty_ClassInfo);
-    EXPECT_EQ(got<AUPreset>(*player.instrument, kAudioUnitProperty_PresentPreset).presetNumber, -1);
-    EXPECT_EQ(set(*player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{3, 0, 0}), kNoError);
-    const auto present = got<AUPreset>(*player.instrument, kAudioUnitProperty_PresentPreset);
+    const auto before = player.classInfo();
+    EXPECT_EQ(player.preset().presetNumber, -1);
+    EXPECT_EQ(player.setPreset(3), kNoError);
+    const auto present = player.preset();
     EXPECT_EQ(present.presetNumber, 3);
     EXPECT_EQ(*propertyObject(present.presetName), std::get<PropertyList::Dictionary>(presets[3].value).at("name"));
-    EXPECT_NE(gotObject(*player.instrument, kAudioUnitProperty_ClassInfo), before);
+    EXPECT_NE(player.classInfo(), before);
     for (const std::int32_t number : {-1, static_cast<std::int32_t>(presets.size())})
-        EXPECT_EQ(set(*player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{number, 0, 0}),
-                  kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(got<AUPreset>(*player.instrument, kAudioUnitProperty_PresentPreset).presetNumber, 3);
+        EXPECT_EQ(player.setPreset(number), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(player.preset().presetNumber, 3);
 }
 
 TEST(Lv2Presets, MayLieInBundlesOfTheirOwn) {
@@ -175,15 +173,15 @@ TEST(Lv2Presets, MayLieInBundlesOfTheirOwn) {
     const auto place =
         std::find_if(names.begin(), names.end(), [](const auto& name) { return name.starts_with("Arp"); });
     ASSERT_NE(place, names.end());
-    const auto before = gotObject(*player.instrument, kAudioUnitProperty_ClassInfo);
+    const auto before = player.classInfo();
     const auto number = static_cast<std::int32_t>(place - names.begin());
-    EXPECT_EQ(set(*player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{number, 0, 0}), kNoError);
+    EXPECT_EQ(player.setPreset(number), kNoError);
     player.seconds(0.1);
-    const auto info = gotObject(*player.instrument, kAudioUnitProperty_ClassInfo);
+    const auto info = player.classInfo();
     EXPECT_NE(info, before);
     Lv2Player other(entry);
-    EXPECT_EQ(setObject(*other.instrument, kAudioUnitProperty_ClassInfo, info), kNoError);
-    EXPECT_EQ(got<AUPreset>(*other.instrument, kAudioUnitProperty_PresentPreset).presetNumber, number);
+    EXPECT_EQ(other.setClassInfo(info), kNoError);
+    EXPECT_EQ(other.preset().presetNumber, number);
 }
 
 TEST(Lv2OwnProperties, ASampleChosenOnOneUnitPlaysOnAnother) {
@@ -192,7 +190,7 @@ TEST(Lv2OwnProperties, ASampleChosenOnOneUnitPlaysOnAnother) {
     Lv2Player one(sampler()), two(sampler());
     const auto sampleOf = [](Lv2Player& player) {
         player.block();
-        return std::get<std::string>(gotObject(*player.instrument, kSample).value);
+        return std::get<std::string>(player.gotObject(kSample).value);
     };
     const auto playsSample = [&](Lv2Player& player, const std::string& name) {
         return waitFor([&] { return fs::path(sampleOf(player)).filename() == name; });
@@ -201,20 +199,20 @@ TEST(Lv2OwnProperties, ASampleChosenOnOneUnitPlaysOnAnother) {
     const TemporaryFolder folder;
     const fs::path other = folder.path / "other.wav";
     fs::copy_file("/usr/lib/lv2/eg-sampler.lv2/click.wav", other);
-    EXPECT_EQ(setObject(*one.instrument, kSample, {other.native()}), kNoError);
-    EXPECT_EQ(std::get<std::string>(gotObject(*one.instrument, kSample).value), other) << "at once";
-    EXPECT_EQ(set(*one.instrument, kGain, -6.0F), kNoError);
+    EXPECT_EQ(one.setObject(kSample, {other.native()}), kNoError);
+    EXPECT_EQ(std::get<std::string>(one.gotObject(kSample).value), other) << "at once";
+    EXPECT_EQ(one.set(kGain, -6.0F), kNoError);
     PropertyList info;
     const auto hasLoaded = [&] {
         one.block();
-        info = gotObject(*one.instrument, kAudioUnitProperty_ClassInfo);
+        info = one.classInfo();
         return serializePropertyList(info).find("other.wav") != std::string::npos;
     };
     EXPECT_TRUE(waitFor(hasLoaded));
-    EXPECT_EQ(setObject(*two.instrument, kAudioUnitProperty_ClassInfo, info), kNoError);
+    EXPECT_EQ(two.setClassInfo(info), kNoError);
     EXPECT_TRUE(playsSample(two, "other.wav"));
-    EXPECT_EQ(set(*two.instrument, kGain, std::uint64_t{0}), kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(setObject(*two.instrument, kSample, {std::int64_t{1}}), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(two.set(kGain, std::uint64_t{0}), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(two.setObject(kSample, {std::int64_t{1}}), kAudioUnitErr_InvalidPropertyValue);
     two.send(0x90, 60, 127);
     const auto sound = two.seconds(0.1);
     EXPECT_GT(*std::max_element(sound.begin(), sound.end()), 0.01F);

@@ -5,7 +5,6 @@
 #include "Platform/Audio/Instruments/Lv2/Lv2World.h"
 #include "Platform/Audio/Instruments/Lv2/MessageRing.h"
 #include "Tests/Audio/Lv2Player.h"
-#include "Tests/Audio/PropertyAccess.h"
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/CommaLocale.h"
 #include "Tests/Fakes/LogLines.h"
@@ -168,15 +167,11 @@ TEST(Lv2Bends, AreCorrectedAndSurviveWhatUndoesThem) {
     Lv2Player player(entry);
     player.bend(11055);
     EXPECT_EQ(bendOf(player), 11055);
-    const PropertyList info = gotObject(*player.instrument, kAudioUnitProperty_ClassInfo);
+    const PropertyList info = player.classInfo();
     const std::vector<std::pair<const char*, std::function<void()>>> resets{
-        {"controller 121", [&] { player.send(0xB3, 121); }},
-        {"silence", [&] { player.instrument->silence(); }},
-        {"class info", [&] { setObject(*player.instrument, kAudioUnitProperty_ClassInfo, info); }},
-        {"preset",
-         [&] {
-             set(*player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{1, 0, 0});
-         }},
+        {"controller 121", [&] { player.send(0xB3, 121); }},       {"silence", [&] { player.instrument->silence(); }},
+        {"class info", [&] { player.setClassInfo(info); }},        {"preset", [&] {
+             player.setPreset(1); }},
         {"rate", [&] { player.instrument->prepare(44100, 512); }},
     };
     for (const auto& [name, reset] : resets) {
@@ -192,26 +187,25 @@ TEST(Lv2Settings, TravelWithFilesParametersAndProperties) {
     {
         Lv2Player one(probeEntry());
         one.instrument->setParameter(0, 0.5F);
-        EXPECT_EQ(set(*one.instrument, kLevel, 0.75F), kNoError);
-        EXPECT_EQ(set(*one.instrument, kCount, std::int64_t{1} << 40), kNoError);
-        EXPECT_EQ(setObject(*one.instrument, kFile, {fs::path(LV2_PROBE_BUNDLE) / "probe.ttl"}), kNoError);
+        EXPECT_EQ(one.set(kLevel, 0.75F), kNoError);
+        EXPECT_EQ(one.set(kCount, std::int64_t{1} << 40), kNoError);
+        EXPECT_EQ(one.setObject(kFile, {fs::path(LV2_PROBE_BUNDLE) / "probe.ttl"}), kNoError);
         one.block();
-        info = gotObject(*one.instrument, kAudioUnitProperty_ClassInfo);
+        info = one.classInfo();
     }
     Error error;
     const std::string xml = serializePropertyList(info);
     EXPECT_THAT(xml, testing::Not(HasSubstr(LV2_PROBE_BUNDLE))) << "where bundles lie is this machine's affair";
     Lv2Player two(probeEntry());
     two.block();
-    EXPECT_EQ(got<std::int64_t>(*two.instrument, kCount), 7) << "what it starts with";
-    EXPECT_EQ(setObject(*two.instrument, kAudioUnitProperty_ClassInfo, *parsePropertyList(xml, error)), kNoError);
+    EXPECT_EQ(two.got<std::int64_t>(kCount), 7) << "what it starts with";
+    EXPECT_EQ(two.setClassInfo(*parsePropertyList(xml, error)), kNoError);
     two.block();
     EXPECT_EQ(two.instrument->parameterValue(0), 0.5F);
     EXPECT_EQ(noteOf(two).first, 50);
-    EXPECT_EQ(got<float>(*two.instrument, kLevel), 0.75F);
-    EXPECT_EQ(got<std::int64_t>(*two.instrument, kCount), std::int64_t{1} << 40);
-    EXPECT_EQ(std::get<std::string>(gotObject(*two.instrument, kFile).value),
-              (fs::path(LV2_PROBE_BUNDLE) / "probe.ttl").native());
+    EXPECT_EQ(two.got<float>(kLevel), 0.75F);
+    EXPECT_EQ(two.got<std::int64_t>(kCount), std::int64_t{1} << 40);
+    EXPECT_EQ(std::get<std::string>(two.gotObject(kFile).value), (fs::path(LV2_PROBE_BUNDLE) / "probe.ttl").native());
     EXPECT_EQ(two.instrument->prepare(44100, 512), kNoError);
     const auto state = dictionary(dictionary(two.instrument->classInfo()).at("state"));
     const auto files = dictionary(state.at("files"));
@@ -223,39 +217,36 @@ TEST(Lv2Settings, TravelWithFilesParametersAndProperties) {
 TEST(Lv2Settings, OfAnotherKindAreRefusedAndChangeNothing) {
     Lv2Player player(probeEntry());
     player.block();
-    const PropertyList info = gotObject(*player.instrument, kAudioUnitProperty_ClassInfo);
+    const PropertyList info = player.classInfo();
     for (const char* key : {"uri", "version", "parameters", "state"}) {
         auto changed = dictionary(info);
         changed[key] = {std::string("other")};
-        EXPECT_EQ(setObject(*player.instrument, kAudioUnitProperty_ClassInfo, {changed}),
-                  kAudioUnitErr_InvalidPropertyValue)
-            << key;
+        EXPECT_EQ(player.setClassInfo({changed}), kAudioUnitErr_InvalidPropertyValue) << key;
     }
-    EXPECT_EQ(set(*player.instrument, kAudioUnitProperty_ClassInfo, std::uint64_t{123456789}),
-              kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(gotObject(*player.instrument, kAudioUnitProperty_ClassInfo), info);
+    EXPECT_EQ(player.set(kAudioUnitProperty_ClassInfo, std::uint64_t{123456789}), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(player.classInfo(), info);
     // Files of a state from elsewhere stay in the instance's own folder.
     auto hostile = dictionary(info);
     auto state = dictionary(hostile["state"]);
     const fs::path target = fs::temp_directory_path() / "zelvane-hostile.txt";
     state["files"] = {PropertyList::Dictionary{{"../zelvane-hostile.txt", {PropertyList::Data(3)}}}};
     hostile["state"] = {state};
-    setObject(*player.instrument, kAudioUnitProperty_ClassInfo, {hostile});
+    player.setClassInfo({hostile});
     EXPECT_FALSE(fs::exists(target));
 }
 
 TEST(Lv2Settings, AreTakenWhileItRendersButNeverDuringARun) {
     Lv2Player player(probeEntry());  // ends the process when it runs while it restores
     player.block();
-    const PropertyList info = gotObject(*player.instrument, kAudioUnitProperty_ClassInfo);
+    const PropertyList info = player.classInfo();
     std::atomic<bool> isEnding{false};
     std::jthread control([&] {
         for (int i = 0; i < 20; ++i) {
-            EXPECT_EQ(setObject(*player.instrument, kAudioUnitProperty_ClassInfo, info), kNoError);
-            EXPECT_EQ(set(*player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{i % 2, 0, 0}), kNoError);
-            EXPECT_EQ(set(*player.instrument, kCount, std::int64_t{i}), kNoError);
-            EXPECT_EQ(got<std::int64_t>(*player.instrument, kCount), i);
-            gotObject(*player.instrument, kAudioUnitProperty_ClassInfo);
+            EXPECT_EQ(player.setClassInfo(info), kNoError);
+            EXPECT_EQ(player.setPreset(i % 2), kNoError);
+            EXPECT_EQ(player.set(kCount, std::int64_t{i}), kNoError);
+            EXPECT_EQ(player.got<std::int64_t>(kCount), i);
+            player.classInfo();
         }
         isEnding = true;
     });
@@ -268,30 +259,30 @@ TEST(Lv2Settings, AreTakenWhileItRendersButNeverDuringARun) {
 
 TEST(Lv2OwnProperties, AreWhatThePluginTellsOrWhatWasSet) {
     Lv2Player player(probeEntry());
-    EXPECT_EQ(got<float>(*player.instrument, kLevel), 0.25F) << "its description's, before it was asked";
+    EXPECT_EQ(player.got<float>(kLevel), 0.25F) << "its description's, before it was asked";
     player.block();
-    EXPECT_EQ(got<float>(*player.instrument, kLevel), 0.5F);
-    EXPECT_EQ(set(*player.instrument, kLevel, 5.0F), kNoError);
-    EXPECT_EQ(got<float>(*player.instrument, kLevel), 5.0F);
+    EXPECT_EQ(player.got<float>(kLevel), 0.5F);
+    EXPECT_EQ(player.set(kLevel, 5.0F), kNoError);
+    EXPECT_EQ(player.got<float>(kLevel), 5.0F);
     player.block();
-    EXPECT_EQ(got<float>(*player.instrument, kLevel), 1.0F) << "it knows better";
-    EXPECT_EQ(set(*player.instrument, kCount, std::int64_t{-5}), kNoError);
+    EXPECT_EQ(player.got<float>(kLevel), 1.0F) << "it knows better";
+    EXPECT_EQ(player.set(kCount, std::int64_t{-5}), kNoError);
     player.block();
-    EXPECT_EQ(got<std::int64_t>(*player.instrument, kCount), -5) << "it tells nothing of it";
+    EXPECT_EQ(player.got<std::int64_t>(kCount), -5) << "it tells nothing of it";
     const float noNumber = std::numeric_limits<float>::quiet_NaN();
-    EXPECT_EQ(set(*player.instrument, kLevel, noNumber), kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(setObject(*player.instrument, kFile, {std::string(5000, 'x')}), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(player.set(kLevel, noNumber), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(player.setObject(kFile, {std::string(5000, 'x')}), kAudioUnitErr_InvalidPropertyValue);
     EXPECT_EQ(player.instrument->properties().size(), 7U) << "one's values can't be shown here";
 }
 
 TEST(Lv2Presets, BringParametersAndState) {
     Lv2Player player(probeEntry());
     EXPECT_THAT(player.instrument->presetNames(), testing::ElementsAre("Balanced", "Loud"));
-    EXPECT_EQ(set(*player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{1, 0, 0}), kNoError);
+    EXPECT_EQ(player.setPreset(1), kNoError);
     player.block();
     EXPECT_EQ(noteOf(player).first, 200);
-    EXPECT_EQ(got<std::int64_t>(*player.instrument, kCount), 9);
-    EXPECT_EQ(set(*player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{0, 0, 0}), kNoError);
+    EXPECT_EQ(player.got<std::int64_t>(kCount), 9);
+    EXPECT_EQ(player.setPreset(0), kNoError);
     EXPECT_EQ(player.instrument->parameterValue(1), 0);
 }
 
@@ -354,9 +345,9 @@ TEST(Lv2Guard, RenderingAllocatesAndLocksNothing) {
             unit->send(0xB0, 20, 1 + round % 100);
             unit->send(0xB0, 23, 1);
             unit->instrument->setParameter(0, 1);
-            set(*unit->instrument, kLevel, 0.5F);
+            unit->set(kLevel, 0.5F);
             if (round % 50 == 0) unit->instrument->silence();
-            if (round % 60 == 0) set(*unit->instrument, kAudioUnitProperty_PresentPreset, AUPreset{1, 0, 0});
+            if (round % 60 == 0) unit->setPreset(1);
             unit->block(64);
         }
     }

@@ -2,10 +2,8 @@
 #include "Platform/Audio/Instruments/SoundFont/FileURL.h"
 #include "Platform/Audio/Instruments/SoundFont/SoundFontProperties.h"
 #include "Platform/Audio/Instruments/SoundFont/SoundFontProvider.h"
-#include "Tests/Audio/PropertyAccess.h"
 #include "Tests/Audio/SoundFontPlayer.h"
 #include "Tests/Fakes/LogLines.h"
-#include "Tests/Fakes/PitchMeter.h"
 
 #include <gmock/gmock.h>
 
@@ -21,12 +19,7 @@ namespace {
 
 /// How far the note of 440 Hz on that channel is above what is expected.
 double centsAboveExpected(SoundFontPlayer& player, double expected, int channel = 0) {
-    player.now(0x90 | channel, 69, 100);
-    player.renderSeconds(0.1);
-    const double frequency = measuredFrequency(player.renderSeconds(1), player.rate, expected);
-    player.now(0x80 | channel, 69);
-    player.renderSeconds(0.2);
-    return centsAbove(expected, frequency);
+    return centsAbove(expected, player.playedFrequency(expected, 69, 1, channel));
 }
 
 fs::path written(const fs::path& file, const std::string& content) {
@@ -43,15 +36,14 @@ TEST(SoundFontBank, IsLoadedOnceAndFreedByTheLast) {
     {
         std::array<std::unique_ptr<SoundFontPlayer>, 10> units;
         for (auto& unit : units) unit = std::make_unique<SoundFontPlayer>(tiny.bank());
-        watched = units[0]->instrument.bank();
+        watched = units[0]->instrument->bank();
         fs::create_symlink(tiny.file, tiny.folder.path / "link.sf2");
         EXPECT_EQ(loadedBank(tiny.folder.path / "link.sf2"), watched.lock());
-        for (auto& unit : units) EXPECT_EQ(unit->instrument.bank(), watched.lock());
+        for (auto& unit : units) EXPECT_EQ(unit->instrument->bank(), watched.lock());
         // A unit that goes while it sounds leaves its voices to the one that plays on.
-        units[0]->now(0x90, 69, 100), units[1]->now(0x90, 69, 100);
-        units[0]->renderSeconds(0.1), units[1]->renderSeconds(0.1);
+        for (const auto& unit : {units[0].get(), units[1].get()}) unit->send(0x90, 69, 100), unit->seconds(0.1);
         units[0].reset();
-        EXPECT_FALSE(units[1]->isSilent());
+        EXPECT_TRUE(units[1]->block());
         units[1].reset();
     }
     EXPECT_TRUE(watched.expired());
@@ -82,8 +74,8 @@ TEST(SoundFontBank, RefusesDamagedFiles) {
         }
         if (auto bank = SoundFontBank::load(written(folder.path / "damaged.sf2", damaged), error)) {
             SoundFontPlayer player(std::move(bank));
-            for (int program = 0; program < 3; ++program) player.now(0xC0, program), player.now(0x90, 69, 100);
-            player.renderSeconds(0.2);
+            for (int program = 0; program < 3; ++program) player.send(0xC0, program), player.send(0x90, 69, 100);
+            player.seconds(0.2);
         }
     }
     for (const std::string& line : log.all()) EXPECT_THAT(line, testing::Not(testing::HasSubstr("\n")));
@@ -118,32 +110,35 @@ TEST(SoundFontProvider, FindsTheInstalledFont) {
     EXPECT_EQ(provider.instantiate(asked, error), nullptr);
 }
 
-TEST(SoundFontProperties, ClassInfoBringsSettingsToAnotherUnitButNotItsTuning) {
-    const TinyFont tiny, other;
-    SoundFontPlayer one(tiny.bank());
+class SoundFontProperties : public testing::Test {
+  protected:
+    TinyFont tiny;
+    SoundFontPlayer player{tiny.bank()};
+};
+
+TEST_F(SoundFontProperties, ClassInfoBringsSettingsToAnotherUnitButNotItsTuning) {
+    const TinyFont other;
     SoundFontPlayer two(other.bank());
-    one.bend(10646);
+    player.bend(10646);
     for (const auto& [controller, value] : {std::pair{0, 1}, {7, 55}, {64, 127}, {101, 0}, {100, 0}, {6, 4}})
-        one.now(0xB3, controller, value);
-    one.now(0xC3, 0);
-    one.isSilent();
-    one.instrument.setParameter(0, 0.75F);
-    EXPECT_EQ(set(one.instrument, kAudioUnitProperty_RenderQuality, std::uint32_t{127}), kNoError);
-    const PropertyList info = gotObject(one.instrument, kAudioUnitProperty_ClassInfo);
-    EXPECT_EQ(setObject(two.instrument, kAudioUnitProperty_ClassInfoFromDocument, info), kNoError);
-    EXPECT_EQ(gotObject(two.instrument, kAudioUnitProperty_ClassInfo), info);
-    two.isSilent();
-    EXPECT_EQ(two.instrument.bank(), one.instrument.bank());
-    EXPECT_EQ(two.instrument.parameterValue(0), 0.75F);
+        player.send(0xB3, controller, value);
+    player.send(0xC3, 0);
+    player.block();
+    player.instrument->setParameter(0, 0.75F);
+    EXPECT_EQ(player.set(kAudioUnitProperty_RenderQuality, std::uint32_t{127}), kNoError);
+    const PropertyList info = player.classInfo();
+    EXPECT_EQ(two.setObject(kAudioUnitProperty_ClassInfoFromDocument, info), kNoError);
+    EXPECT_EQ(two.classInfo(), info);
+    two.block();
+    EXPECT_EQ(two.instrument->bank(), player.instrument->bank());
+    EXPECT_EQ(two.instrument->parameterValue(0), 0.75F);
     EXPECT_NEAR(centsAboveExpected(two, 880, 3), 0, 0.1) << "the octave's preset, at this unit's own tuning";
-    one.now(0xB3, 64, 0);
-    EXPECT_NEAR(centsAboveExpected(one, 880, 3), 120, 0.1);
+    player.send(0xB3, 64, 0);
+    EXPECT_NEAR(centsAboveExpected(player, 880, 3), 120, 0.1);
 }
 
-TEST(SoundFontProperties, ClassInfoOfAnotherKindIsRefusedAndChangesNothing) {
-    const TinyFont tiny;
-    SoundFontPlayer player(tiny.bank());
-    const PropertyList info = gotObject(player.instrument, kAudioUnitProperty_ClassInfo);
+TEST_F(SoundFontProperties, ClassInfoOfAnotherKindIsRefusedAndChangesNothing) {
+    const PropertyList info = player.classInfo();
     const auto& whole = std::get<PropertyList::Dictionary>(info.value);
     std::vector<PropertyList> wrong{PropertyList{std::string("text")}, PropertyList{PropertyList::Dictionary{}}};
     for (const auto& [key, value] : whole) {
@@ -155,92 +150,74 @@ TEST(SoundFontProperties, ClassInfoOfAnotherKindIsRefusedAndChangesNothing) {
         wrong.push_back({without});
     }
     const LogLines log;
-    for (const PropertyList& list : wrong)
-        EXPECT_NE(setObject(player.instrument, kAudioUnitProperty_ClassInfo, list), kNoError);
-    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_ClassInfo, std::uint64_t{123456789}),
-              kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_ClassInfo, std::uint32_t{1}),
-              kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(gotObject(player.instrument, kAudioUnitProperty_ClassInfo), info);
+    for (const PropertyList& list : wrong) EXPECT_NE(player.setClassInfo(list), kNoError);
+    EXPECT_EQ(player.set(kAudioUnitProperty_ClassInfo, std::uint64_t{123456789}), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(player.set(kAudioUnitProperty_ClassInfo, std::uint32_t{1}), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(player.classInfo(), info);
 }
 
-TEST(SoundFontProperties, EachChannelHasAPresetOfItsOwn) {
-    const TinyFont tiny;
-    SoundFontPlayer player(tiny.bank());
-    const auto property = [](std::uint32_t channel) { return kSoundFontProperty_FirstChannelPreset + channel; };
-    EXPECT_EQ(set(player.instrument, property(2), std::int32_t{128}), kNoError);
-    EXPECT_EQ(set(player.instrument, property(2), std::int32_t{5}), kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(got<std::int32_t>(player.instrument, property(2)), 128);
-    EXPECT_EQ(got<std::int32_t>(player.instrument, property(3)), 0);
-    EXPECT_NEAR(centsAboveExpected(player, 880, 2), 0, 1);
-    EXPECT_NEAR(centsAboveExpected(player, 440, 3), 0, 1);
-}
-
-TEST(SoundFontProperties, PolyphonyIsHowManyVoicesSoundAndComesBackWithTheSettings) {
-    const TinyFont tiny;
-    SoundFontPlayer player(tiny.bank());
+TEST_F(SoundFontProperties, PolyphonyIsHowManyVoicesSoundAndComesBackWithTheSettings) {
     const auto energyOfFortyNotes = [&] {
-        for (int key = 40; key < 80; ++key) player.now(0x90, key, 100);
-        player.renderSeconds(0.1);
+        for (int key = 40; key < 80; ++key) player.send(0x90, key, 100);
+        player.seconds(0.1);
         double energy = 0;
-        for (const float sample : player.renderSeconds(0.5)) energy += static_cast<double>(sample * sample);
-        player.now(0xB0, 120, 0);
-        player.renderSeconds(0.1);
+        for (const float sample : player.seconds(0.5)) energy += static_cast<double>(sample * sample);
+        player.send(0xB0, 120, 0);
+        player.seconds(0.1);
         return energy;
     };
-    EXPECT_EQ(got<std::int32_t>(player.instrument, kSoundFontProperty_Polyphony), 64);
+    EXPECT_EQ(player.got<std::int32_t>(kSoundFontProperty_Polyphony), 64);
     const double whole = energyOfFortyNotes();
-    ASSERT_EQ(set(player.instrument, kSoundFontProperty_Polyphony, std::int32_t{8}), kNoError);
+    ASSERT_EQ(player.set(kSoundFontProperty_Polyphony, std::int32_t{8}), kNoError);
     EXPECT_LT(energyOfFortyNotes(), whole / 2);
-    const PropertyList info = gotObject(player.instrument, kAudioUnitProperty_ClassInfo);
-    ASSERT_EQ(set(player.instrument, kSoundFontProperty_Polyphony, std::int32_t{512}), kNoError);
+    const PropertyList info = player.classInfo();
+    ASSERT_EQ(player.set(kSoundFontProperty_Polyphony, std::int32_t{512}), kNoError);
     EXPECT_NEAR(energyOfFortyNotes() / whole, 1, 0.3);
-    ASSERT_EQ(setObject(player.instrument, kAudioUnitProperty_ClassInfo, info), kNoError);
-    EXPECT_EQ(got<std::int32_t>(player.instrument, kSoundFontProperty_Polyphony), 8);
+    ASSERT_EQ(player.setClassInfo(info), kNoError);
+    EXPECT_EQ(player.got<std::int32_t>(kSoundFontProperty_Polyphony), 8);
     for (const std::int32_t wrong : {7, 513, -1})
-        EXPECT_EQ(set(player.instrument, kSoundFontProperty_Polyphony, wrong), kAudioUnitErr_InvalidPropertyValue);
+        EXPECT_EQ(player.set(kSoundFontProperty_Polyphony, wrong), kAudioUnitErr_InvalidPropertyValue);
 }
 
-TEST(SoundFontProperties, PresetsAreListedAndChosenByNumber) {
-    const TinyFont tiny;
-    SoundFontPlayer player(tiny.bank());
-    const PropertyList list = gotObject(player.instrument, kAudioUnitProperty_FactoryPresets);
+TEST_F(SoundFontProperties, PresetsAreListedAndChosenByNumberForAllChannelsOrOne) {
+    const PropertyList list = player.gotObject(kAudioUnitProperty_FactoryPresets);
     const auto& presets = std::get<PropertyList::Array>(list.value);
     ASSERT_EQ(presets.size(), 4U);
     EXPECT_EQ(std::get<PropertyList::Dictionary>(presets[2].value).at("number"), (PropertyList{std::int64_t{128}}));
-    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{128, 0, 0}), kNoError);
-    const auto present = got<AUPreset>(player.instrument, kAudioUnitProperty_PresentPreset);
+    EXPECT_EQ(player.setPreset(128), kNoError);
+    const auto present = player.preset();
     EXPECT_EQ(present.presetNumber, 128);
     EXPECT_EQ(*propertyObject(present.presetName), (PropertyList{std::string("Octave")}));
     EXPECT_NEAR(centsAboveExpected(player, 880, 5), 0, 0.1);
-    for (const std::int32_t number : {-1, 3, 1000000}) {
-        EXPECT_EQ(set(player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{number, 0, 0}),
-                  kAudioUnitErr_InvalidPropertyValue);
-    }
-    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{128 * 128, 0, 0}), kNoError);
-    EXPECT_EQ(got<AUPreset>(player.instrument, kAudioUnitProperty_PresentPreset).presetNumber, 128)
-        << "a drum kit is for channel 10";
+    for (const std::int32_t number : {-1, 3, 1000000})
+        EXPECT_EQ(player.setPreset(number), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(player.setPreset(128 * 128), kNoError);
+    EXPECT_EQ(player.preset().presetNumber, 128) << "a drum kit is for channel 10";
+    constexpr AudioUnitPropertyID kOfChannel = kSoundFontProperty_FirstChannelPreset;
+    EXPECT_EQ(player.set(kOfChannel + 2, std::int32_t{0}), kNoError);
+    EXPECT_EQ(player.set(kOfChannel + 2, std::int32_t{5}), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(player.got<std::int32_t>(kOfChannel + 2), 0);
+    EXPECT_EQ(player.got<std::int32_t>(kOfChannel + 3), 128);
+    EXPECT_NEAR(centsAboveExpected(player, 440, 2), 0, 0.1);
+    EXPECT_NEAR(centsAboveExpected(player, 880, 3), 0, 0.1);
 }
 
-TEST(SoundFontProperties, QualityAndReverb) {
-    const TinyFont tiny;
-    SoundFontPlayer player(tiny.bank());
-    EXPECT_EQ(set(player.instrument, kAudioUnitProperty_RenderQuality, std::uint32_t{128}),
-              kAudioUnitErr_InvalidPropertyValue);
+TEST_F(SoundFontProperties, QualityAndReverb) {
+    EXPECT_EQ(player.set(kAudioUnitProperty_RenderQuality, std::uint32_t{128}), kAudioUnitErr_InvalidPropertyValue);
     const auto sound = [&](std::uint32_t quality) {
-        EXPECT_EQ(set(player.instrument, kAudioUnitProperty_RenderQuality, quality), kNoError);
-        player.now(0x90, 62, 100);
-        auto rendered = player.renderSeconds(0.1);
-        player.now(0xB0, 120);
-        player.renderSeconds(0.1);
+        EXPECT_EQ(player.set(kAudioUnitProperty_RenderQuality, quality), kNoError);
+        player.send(0x90, 62, 100);
+        auto rendered = player.seconds(0.1);
+        player.send(0xB0, 120);
+        player.seconds(0.1);
         return rendered;
     };
     EXPECT_NE(sound(0), sound(127));
-    EXPECT_EQ(got<std::uint32_t>(player.instrument, kMusicDeviceProperty_UsesInternalReverb), 0U);
+    EXPECT_EQ(player.got<std::uint32_t>(kMusicDeviceProperty_UsesInternalReverb), 0U);
     const auto dry = sound(64);
-    EXPECT_EQ(set(player.instrument, kMusicDeviceProperty_UsesInternalReverb, std::uint32_t{1}), kNoError);
-    EXPECT_EQ(got<std::uint32_t>(player.instrument, kMusicDeviceProperty_UsesInternalReverb), 1U);
-    player.now(0xB0, 91, 127);
+    EXPECT_EQ(player.set(kMusicDeviceProperty_UsesInternalReverb, std::uint32_t{1}), kNoError);
+    EXPECT_EQ(player.got<std::uint32_t>(kMusicDeviceProperty_UsesInternalReverb), 1U);
+    player.send(0xB0, 91, 127);
     EXPECT_NE(sound(64), dry);
 }
 
@@ -251,26 +228,23 @@ TEST(SoundFontURL, GoesThereAndBack) {
     for (const char* path : {"/plain.sf2", "/µ %41#?.sf2"}) EXPECT_EQ(pathFromFileURL(fileURL(path)), path);
 }
 
-TEST(SoundFontProperties, TheBankChangesWhileNothingIsRendered) {
+TEST_F(SoundFontProperties, TheBankChangesWhileNothingIsRendered) {
     const LogLines log;
-    const TinyFont first, second;
-    std::weak_ptr<SoundFontBank> former;
-    SoundFontPlayer player(first.bank());
-    former = player.instrument.bank();
-    player.now(0x90, 69, 100);
-    player.isSilent();
+    const TinyFont second;
+    const std::weak_ptr<SoundFontBank> former = player.instrument->bank();
+    player.send(0x90, 69, 100);
+    player.block();
     const auto setBank = [&](const std::string& text) {
-        return setObject(player.instrument, kMusicDeviceProperty_SoundBankURL, {text});
+        return player.setObject(kMusicDeviceProperty_SoundBankURL, {text});
     };
-    const std::vector<std::string> wrong{"/no/font.sf2", "", first.folder.write("text.sf2", "text").string()};
+    const std::vector<std::string> wrong{"/no/font.sf2", "", tiny.folder.write("text.sf2", "text").string()};
     for (const std::string& path : wrong) EXPECT_EQ(setBank(path), kAudioUnitErr_InvalidFile);
-    EXPECT_FALSE(player.isSilent()) << "the old bank plays on";
+    EXPECT_TRUE(player.block()) << "the old bank plays on";
     EXPECT_EQ(setBank(fileURL(second.file)), kNoError);
-    EXPECT_EQ(gotObject(player.instrument, kMusicDeviceProperty_SoundBankURL),
-              (PropertyList{fileURL(fs::canonical(second.file))}));
-    EXPECT_TRUE(player.isSilent());
+    EXPECT_EQ(player.gotObject(kMusicDeviceProperty_SoundBankURL), (PropertyList{fileURL(fs::canonical(second.file))}));
+    EXPECT_FALSE(player.block());
     EXPECT_NEAR(centsAboveExpected(player, 440), 0, 0.1);
-    EXPECT_EQ(player.instrument.prepare(48000, 512), kNoError);
+    EXPECT_EQ(player.instrument->prepare(48000, 512), kNoError);
     EXPECT_TRUE(former.expired());
 }
 
@@ -285,22 +259,20 @@ TEST(SoundFontThreads, BanksChangeAndUnitsGoWhileOthersRender) {
         std::atomic<bool> isOver{false};  // written by this thread, read by the one that renders
         std::thread audio([&] {
             for (int i = 0; !isOver; ++i) {
-                player.now(0x90, 60 + i % 12, 100), player.now(0x80, 60 + (i + 5) % 12), player.now(0xE0, 0, i % 128);
-                neighbour.now(i % 2 ? 0x80 : 0x90, 69, 100);
-                player.render(256, 256), neighbour.render(256, 256);
+                player.send(0x90, 60 + i % 12, 100), player.send(0x80, 60 + (i + 5) % 12);
+                player.send(0xE0, 0, i % 128);
+                neighbour.send(i % 2 ? 0x80 : 0x90, 69, 100);
+                player.block(256), neighbour.block(256);
             }
         });
         for (int i = 0; i < 60; ++i) {
-            EXPECT_EQ(player.instrument.loadBank(i % 2 ? first.file : second.file), kNoError);
-            const PropertyList info = gotObject(player.instrument, kAudioUnitProperty_ClassInfo);
-            EXPECT_EQ(setObject(player.instrument, kAudioUnitProperty_ClassInfo, info), kNoError);
-            EXPECT_EQ(set(player.instrument, kAudioUnitProperty_PresentPreset, AUPreset{i % 2, 0, 0}), kNoError);
-            EXPECT_EQ(
-                set(player.instrument, kMusicDeviceProperty_UsesInternalReverb, static_cast<std::uint32_t>(i % 2)),
-                kNoError);
-            EXPECT_EQ(player.instrument.loadBank("/no/font.sf2"), kAudioUnitErr_InvalidFile);
+            EXPECT_EQ(player.instrument->loadBank(i % 2 ? first.file : second.file), kNoError);
+            EXPECT_EQ(player.setClassInfo(player.classInfo()), kNoError);
+            EXPECT_EQ(player.setPreset(i % 2), kNoError);
+            EXPECT_EQ(player.set(kMusicDeviceProperty_UsesInternalReverb, static_cast<std::uint32_t>(i % 2)), kNoError);
+            EXPECT_EQ(player.instrument->loadBank("/no/font.sf2"), kAudioUnitErr_InvalidFile);
             SoundFontPlayer passing(one);
-            player.instrument.silence();
+            player.instrument->silence();
         }
         isOver = true;
         audio.join();
