@@ -3,52 +3,33 @@
 #include "Tests/Audio/Lv2Player.h"
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/LogLines.h"
-#include "Tests/Fakes/PitchMeter.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
-#include <array>
-#include <chrono>
-#include <cmath>
 #include <filesystem>
-#include <set>
-#include <thread>
 
 using namespace zelvane;
 namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::array kBends{8192, 8601, 9010, 9419, 9828, 10237, 10646, 11055, 11464, 11873};
-
 struct Subject {
     Lv2Entry entry;
     std::vector<std::pair<std::string, float>> plain = {};  // parameters that make one clear tone of it
 };
 
-Lv2Entry jx10() {
-    return installed("http://drobilla.net/plugins/mda/JX10", "mda.lv2");
-}
-Lv2Entry ePiano() {
-    return installed("http://drobilla.net/plugins/mda/EPiano", "mda.lv2");
-}
-Lv2Entry monosynth() {
-    return installed("http://calf.sourceforge.net/plugins/Monosynth", "calf.lv2");
-}
-Lv2Entry zyn() {
-    return installed("http://zynaddsubfx.sourceforge.net", "ZynAddSubFX.lv2");
-}
-Lv2Entry sampler() {
-    return installed("http://lv2plug.in/plugins/eg-sampler", "eg-sampler.lv2");
-}
+const std::string kZyn = "http://zynaddsubfx.sourceforge.net";
 
-/// It bends by 240 cents, and plays two oscillators out of tune.
-Subject synthv1() {
-    Subject subject{.entry = installed("http://synthv1.sourceforge.net/lv2", "synthv1.lv2"),
-                    .plain = {{"DCO1_DETUNE", 0}, {"DCO1_PHASE", 0}, {"DCO2_DETUNE", 0}}};
-    subject.entry.bendCents = 240.0 * 3681 / 8192;
-    return subject;
+std::vector<Subject> subjects() {
+    std::vector<Subject> all{{installed("http://drobilla.net/plugins/mda/JX10", "mda.lv2")},
+                             {installed("http://calf.sourceforge.net/plugins/Monosynth", "calf.lv2")},
+                             {installed(kZyn, "ZynAddSubFX.lv2")},
+                             // It bends by 240 cents, and plays two oscillators out of tune.
+                             {installed("http://synthv1.sourceforge.net/lv2", "synthv1.lv2"),
+                              {{"DCO1_DETUNE", 0}, {"DCO1_PHASE", 0}, {"DCO2_DETUNE", 0}}}};
+    all.back().entry.bendCents = 240.0 * 3681 / 8192;
+    return all;
 }
 
 void setParameter(Lv2Instrument& instrument, const std::string& symbol, float value) {
@@ -59,30 +40,14 @@ void setParameter(Lv2Instrument& instrument, const std::string& symbol, float va
     instrument.setParameter(static_cast<std::size_t>(place - parameters.begin()), value);
 }
 
-/// The frequency of the strongest tone near what key 69 plays.
-double playedFrequency(Lv2Player& player, double expected) {
-    player.send(0x90, 69, 100);
-    player.seconds(0.1);
-    const double frequency = measuredFrequency(player.seconds(2), player.rate, expected);
-    player.send(0x80, 69);
-    player.seconds(0.1);
-    return frequency;
-}
-
-/// Distances of the ten units' tones from the first one's, in cents.
-std::vector<double> distances(const Subject& subject) {
-    std::vector<double> cents;
-    double reference = 440;
-    for (const int bend : kBends) {
-        Lv2Player player(subject.entry);
-        player.bend(bend);
-        for (const auto& [symbol, value] : subject.plain) setParameter(*player.instrument, symbol, value);
-        player.seconds(0.2);
-        const double frequency = playedFrequency(player, reference);
-        if (cents.empty()) reference = frequency;
-        cents.push_back(centsAbove(reference, frequency));
-    }
-    return cents;
+double tuningErrorOf(const Subject& subject) {
+    return largestTuningError([&](int bend) {
+        auto player = std::make_unique<Lv2Player>(subject.entry);
+        player->bend(bend);
+        for (const auto& [symbol, value] : subject.plain) setParameter(*player->instrument, symbol, value);
+        player->seconds(0.2);
+        return player;
+    });
 }
 
 int threadsOfThisProcess() {
@@ -92,39 +57,14 @@ int threadsOfThisProcess() {
 }  // namespace
 
 TEST(Lv2Tuning, UnitsStandTenCentsApart) {
-    const std::vector<std::pair<const char*, Subject>> subjects{
-        {"JX10", {jx10()}}, {"Monosynth", {monosynth()}}, {"ZynAddSubFX", {zyn()}}, {"synthv1", synthv1()}};
-    for (const auto& [name, subject] : subjects) {
-        const auto cents = distances(subject);
-        double worst = 0;
-        for (std::size_t unit = 0; unit < cents.size(); ++unit)
-            worst = std::max(worst, std::fabs(cents[unit] - 10 * static_cast<double>(unit)));
-        EXPECT_LT(worst, 0.5) << name << testing::PrintToString(cents);
-        RecordProperty(name, std::to_string(worst));
-    }
-}
-
-TEST(Lv2Tuning, TellsWhoIgnoresBends) {
-    for (const double cents : distances({ePiano()})) EXPECT_NEAR(cents, 0, 0.01);
-}
-
-TEST(Lv2Tuning, IsKeptWhenTheRateChanges) {
-    Lv2Player player(monosynth(), 96000);
-    const double reference = playedFrequency(player, 440);
-    player.bend(kBends[7]);
-    player.seconds(0.1);
-    EXPECT_EQ(player.instrument->prepare(44100, 512), kNoError);
-    player.send(0x90, 69, 100);
-    player.seconds(0.1);
-    EXPECT_NEAR(centsAbove(reference, measuredFrequency(player.seconds(2), 44100, 458)), 70, 0.5);
+    for (const Subject& subject : subjects()) EXPECT_LT(tuningErrorOf(subject), 0.5) << subject.entry.uri;
 }
 
 TEST(Lv2Instances, TenAreMadeSavedRestoredAndRemoved) {
     const LogLines log;
-    { const Lv2Player first(zyn()); }  // whatever a library keeps for good has started now
-    { const Lv2Player first(synthv1().entry); }
+    for (const auto& [entry, plain] : subjects()) Lv2Player first(entry);  // starts what a library keeps for good
     const int threads = threadsOfThisProcess();
-    for (const Lv2Entry& entry : {jx10(), monosynth(), zyn(), synthv1().entry}) {
+    for (const auto& [entry, plain] : subjects()) {
         std::vector<std::unique_ptr<Lv2Player>> units;
         for (int i = 0; i < 10; ++i) units.push_back(std::make_unique<Lv2Player>(entry));
         for (auto& unit : units) unit->send(0x90, 60, 100), unit->seconds(0.1);
@@ -146,25 +86,8 @@ TEST(Lv2Instances, TenAreMadeSavedRestoredAndRemoved) {
     EXPECT_TRUE(waitFor([&] { return threadsOfThisProcess() <= threads; }));
 }
 
-TEST(Lv2Presets, AreListedAndChosenByNumber) {
-    Lv2Player player(monosynth());
-    const auto list = player.gotObject(kAudioUnitProperty_FactoryPresets);
-    const auto& presets = std::get<PropertyList::Array>(list.value);
-    ASSERT_GT(presets.size(), 5U);
-    const auto before = player.classInfo();
-    EXPECT_EQ(player.preset().presetNumber, -1);
-    EXPECT_EQ(player.setPreset(3), kNoError);
-    const auto present = player.preset();
-    EXPECT_EQ(present.presetNumber, 3);
-    EXPECT_EQ(*propertyObject(present.presetName), std::get<PropertyList::Dictionary>(presets[3].value).at("name"));
-    EXPECT_NE(player.classInfo(), before);
-    for (const std::int32_t number : {-1, static_cast<std::int32_t>(presets.size())})
-        EXPECT_EQ(player.setPreset(number), kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(player.preset().presetNumber, 3);
-}
-
 TEST(Lv2Presets, MayLieInBundlesOfTheirOwn) {
-    Lv2Entry entry = zyn();
+    Lv2Entry entry = installed(kZyn, "ZynAddSubFX.lv2");
     const std::size_t own = Lv2Player(entry).instrument->presetNames().size();
     entry.bundles.emplace_back("/usr/lib/lv2/ZynAddSubFX.lv2presets");
     Lv2Player player(entry);
@@ -185,34 +108,29 @@ TEST(Lv2Presets, MayLieInBundlesOfTheirOwn) {
 }
 
 TEST(Lv2OwnProperties, ASampleChosenOnOneUnitPlaysOnAnother) {
-    constexpr AudioUnitPropertyID kGain = kFirstLv2Property;
     constexpr AudioUnitPropertyID kSample = kFirstLv2Property + 1;
-    Lv2Player one(sampler()), two(sampler());
-    const auto sampleOf = [](Lv2Player& player) {
-        player.block();
-        return std::get<std::string>(player.gotObject(kSample).value);
+    const Lv2Entry sampler = installed("http://lv2plug.in/plugins/eg-sampler", "eg-sampler.lv2");
+    Lv2Player one(sampler), two(sampler);
+    const auto plays = [](Lv2Player& player, const std::string& name) {
+        return waitFor([&] {
+            player.block();
+            return std::get<std::string>(player.gotObject(kSample).value).ends_with("/" + name);
+        });
     };
-    const auto playsSample = [&](Lv2Player& player, const std::string& name) {
-        return waitFor([&] { return fs::path(sampleOf(player)).filename() == name; });
-    };
-    EXPECT_TRUE(playsSample(one, "click.wav")) << "what it starts with, found by asking";
+    EXPECT_TRUE(plays(one, "click.wav")) << "what it starts with, found by asking";
     const TemporaryFolder folder;
     const fs::path other = folder.path / "other.wav";
     fs::copy_file("/usr/lib/lv2/eg-sampler.lv2/click.wav", other);
     EXPECT_EQ(one.setObject(kSample, {other.native()}), kNoError);
-    EXPECT_EQ(std::get<std::string>(one.gotObject(kSample).value), other) << "at once";
-    EXPECT_EQ(one.set(kGain, -6.0F), kNoError);
     PropertyList info;
-    const auto hasLoaded = [&] {
+    const auto isSaved = [&] {
         one.block();
         info = one.classInfo();
         return serializePropertyList(info).find("other.wav") != std::string::npos;
     };
-    EXPECT_TRUE(waitFor(hasLoaded));
+    EXPECT_TRUE(waitFor(isSaved));
     EXPECT_EQ(two.setClassInfo(info), kNoError);
-    EXPECT_TRUE(playsSample(two, "other.wav"));
-    EXPECT_EQ(two.set(kGain, std::uint64_t{0}), kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(two.setObject(kSample, {std::int64_t{1}}), kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_TRUE(plays(two, "other.wav"));
     two.send(0x90, 60, 127);
     const auto sound = two.seconds(0.1);
     EXPECT_GT(*std::max_element(sound.begin(), sound.end()), 0.01F);
