@@ -17,16 +17,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Depth as the file's flags have it (1 to 4 stand for 16, 20, 24 and 32 bits), rate and channels.
 class BitExact : public testing::TestWithParam<std::tuple<std::uint32_t, double, std::uint32_t>> {};
 
 TEST_P(BitExact, WhatIsDecodedIsWhatWasHandedOver) {
-    const auto [bits, rate, channels] = GetParam();
+    const auto [flags, rate, channels] = GetParam();
+    const std::uint32_t bits = flags == 1 ? 16 : 24;  // the nearest that loses nothing
     constexpr std::uint64_t kFrames = 12 * 4096 + 1234;
     const TemporaryFolder folder;
     const auto path = folder.path / "A song, “quoted”.m4a";
     ExtAudioFileReport end;
-    auto file = startRecording(path, losslessFormat(rate, channels, bits),
-                               {.finished = [&](const ExtAudioFileReport& report) { end = report; }});
+    auto format = losslessFormat(rate, channels, bits);
+    format.mFormatFlags = flags;
+    auto file = startRecording(path, format, {.finished = [&](const ExtAudioFileReport& report) { end = report; }});
     ASSERT_NE(file, nullptr);
     EXPECT_EQ(SoundFeed(rate, channels, stepsOf(bits)).feed(file.get(), kFrames), kNoError);
     EXPECT_EQ(ExtAudioFileDispose(file), kNoError);
@@ -57,110 +60,77 @@ TEST_P(BitExact, WhatIsDecodedIsWhatWasHandedOver) {
 }
 
 INSTANTIATE_TEST_SUITE_P(UsualFormats, BitExact,
-                         testing::Combine(testing::Values(16U, 24U), testing::Values(44100.0, 48000.0, 96000.0),
+                         testing::Combine(testing::Values(1U, 3U), testing::Values(44100.0, 48000.0, 96000.0),
                                           testing::Values(1U, 2U, 8U)));
-INSTANTIATE_TEST_SUITE_P(OtherChannelCounts, BitExact,
-                         testing::Combine(testing::Values(24U), testing::Values(192000.0),
+INSTANTIATE_TEST_SUITE_P(OtherDepthsAndChannelCounts, BitExact,
+                         testing::Combine(testing::Values(2U, 4U), testing::Values(192000.0),
                                           testing::Values(3U, 4U, 5U, 6U, 7U)));
 
-TEST(AudioFile, SamplesOutsideTheRangeAreHeldToItAndWhatIsNoNumberIsSilent) {
+class AudioFile : public testing::Test {
+  protected:
+    const TemporaryFolder folder;
+    const fs::path path = folder.path / "song.m4a";
+    const AudioStreamBasicDescription format = losslessFormat(48000, 2, 16);
+    SoundFeed feed{48000, 2, stepsOf(16)};
+};
+
+TEST_F(AudioFile, SamplesOutsideTheRangeAreHeldToItAndWhatIsNoNumberIsSilent) {
     constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
     constexpr float kInfinite = std::numeric_limits<float>::infinity();
     constexpr std::array<float, 8> kSamples{1.0F, -1.0F, 1.5F, -7.0F, kInfinite, -kInfinite, kNone, -kNone};
     for (const std::uint32_t bits : {16U, 24U}) {
-        const TemporaryFolder folder;
-        auto file = startRecording(folder.path / "loud.m4a", losslessFormat(48000, 1, bits));
-        SoundFeed feed(48000, 1, [&](std::uint64_t frame, std::uint32_t) { return kSamples[frame % 8]; });
-        feed.feed(file.get(), 8);
+        auto file = startRecording(path, losslessFormat(48000, 1, bits));
+        SoundFeed(48000, 1, [&](std::uint64_t frame, std::uint32_t) { return kSamples[frame]; }).feed(file.get(), 8);
         ExtAudioFileDispose(file);
         const auto most = static_cast<std::int32_t>(0x7FFFFFFFU & ~0U << (32 - bits));
         constexpr auto kLeast = std::numeric_limits<std::int32_t>::min();
-        EXPECT_THAT(decodeAudioFile(folder.path / "loud.m4a"),
+        EXPECT_THAT(decodeAudioFile(path),
                     testing::Optional(testing::ElementsAre(most, kLeast, most, kLeast, most, kLeast, 0, 0)));
     }
 }
 
-TEST(AudioFile, TheNearestDepthThatLosesNothingIsTaken) {
-    const TemporaryFolder folder;
-    const std::array<std::tuple<std::uint32_t, const char*>, 4> depths{{{1, "16"}, {2, "24"}, {3, "24"}, {4, "24"}}};
-    for (const auto& [flags, depth] : depths) {
-        auto format = losslessFormat(48000, 2, 16);
-        format.mFormatFlags = flags;
-        auto file = startRecording(folder.path / "depth.m4a", format);
-        SoundFeed(48000, 2, stepsOf(16)).feed(file.get(), 1000);
-        ExtAudioFileDispose(file);
-        EXPECT_EQ(probeAudioFile(folder.path / "depth.m4a")["bits_per_raw_sample"], depth) << flags;
-    }
-}
-
-TEST(AudioFile, AnEarlierRecordingIsReplacedByTheFirstSoundAndNotBefore) {
-    const TemporaryFolder folder;
-    const auto path = folder.write("song.m4a", "what was there");
-    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
-    auto file = startRecording(path, losslessFormat(48000, 2, 16));
-    ASSERT_NE(file, nullptr);
-    ExtAudioFileDispose(file);
-    EXPECT_EQ(TemporaryFolder::read(path), "what was there");
-
-    file = startRecording(path, losslessFormat(48000, 2, 16));
-    EXPECT_EQ(TemporaryFolder::read(path), "what was there");
-    SoundFeed(48000, 2, stepsOf(16)).feed(file.get(), 5000);
-    ExtAudioFileDispose(file);
-    EXPECT_THAT(decodeAudioFile(path), testing::Optional(testing::SizeIs(2 * 5000)));
-    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path), {}), 1);
-}
-
-TEST(AudioFile, AFreeNameIsTakenAtOnceAndGivenUpWithoutSound) {
-    const TemporaryFolder folder;
-    const auto path = folder.path / "song.m4a";
-    auto file = startRecording(path, losslessFormat(48000, 2, 16));
+TEST_F(AudioFile, AFreeNameIsTakenAtOnceAndGivenUpWithoutSound) {
+    auto file = startRecording(path, format);
     EXPECT_EQ(probeAudioFile(path)["codec_name"], "alac");
     ExtAudioFileDispose(file);
     EXPECT_TRUE(fs::is_empty(folder.path));
 }
 
-TEST(AudioFile, ALinkStaysAndWhatItStandsForIsReplaced) {
-    const TemporaryFolder folder;
-    const auto target = folder.write("target.m4a", "old");
-    fs::create_symlink("target.m4a", folder.path / "link.m4a");
-    auto file = startRecording(folder.path / "link.m4a", losslessFormat(48000, 1, 16));
-    SoundFeed(48000, 1, stepsOf(16)).feed(file.get(), 100);
-    ExtAudioFileDispose(file);
-    EXPECT_TRUE(fs::is_symlink(folder.path / "link.m4a"));
-    EXPECT_THAT(decodeAudioFile(target), testing::Optional(testing::SizeIs(100)));
+TEST_F(AudioFile, AnEarlierRecordingIsReplacedByTheFirstSoundAndNotBefore) {
+    const auto link = folder.path / "link.m4a";
+    fs::create_symlink("song.m4a", link);
+    folder.write("song.m4a", "what was there");
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+    for (const std::uint64_t frames : {0U, 5000U}) {
+        auto file = startRecording(link, format);
+        EXPECT_EQ(TemporaryFolder::read(path), "what was there");
+        feed.feed(file.get(), frames);
+        ExtAudioFileDispose(file);
+    }
+    EXPECT_THAT(decodeAudioFile(path), testing::Optional(testing::SizeIs(2 * 5000)));
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_TRUE(fs::is_symlink(link)) << "it stays, and what it stands for is replaced";
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path), {}), 2);
 }
 
-TEST(AudioFile, AFileThatWasMovedAwayStaysWhereItIsWithAllItsSound) {
-    const TemporaryFolder folder;
-    auto file = startRecording(folder.path / "song.m4a", losslessFormat(48000, 2, 16));
-    SoundFeed feed(48000, 2, stepsOf(16));
-    feed.feed(file.get(), 60000);
-    fs::rename(folder.path / "song.m4a", folder.path / "moved.m4a");
-    folder.write("song.m4a", "of somebody else");
-    feed.feed(file.get(), 60000);
-    EXPECT_EQ(ExtAudioFileDispose(file), kNoError);
-    const auto decoded = decodeAudioFile(folder.path / "moved.m4a");
-    ASSERT_TRUE(decoded);
-    EXPECT_EQ(decoded->size(), 2 * 120000U);
-    EXPECT_EQ(firstDifference(*decoded, 2, 16), -1);
-    EXPECT_EQ(TemporaryFolder::read(folder.path / "song.m4a"), "of somebody else");
-}
-
-TEST(AudioFile, NoFragmentsHeadCrossesTheBorderOfABlock) {
+TEST_F(AudioFile, AFileThatWasMovedAwayStaysWhereItIsInFragmentsWhoseHeadsCrossNoBordersOfBlocks) {
     constexpr std::size_t kBlock = 4096;
-    const TemporaryFolder folder;
-    const auto path = folder.path / "many.m4a";
+    constexpr std::uint64_t kHalf = 150 * 4096;
     auto file = startRecording(path, losslessFormat(8000, 1, 16), {.ringLength = std::chrono::seconds(200)});
-    SoundFeed(8000, 1, stepsOf(16)).feed(file.get(), 300 * 4096);
-    fs::rename(path, folder.path / "moved.m4a");  // keeps the fragments from being put together
-    ExtAudioFileDispose(file);
-    const auto decoded = decodeAudioFile(folder.path / "moved.m4a");
+    SoundFeed mono(8000, 1, stepsOf(16));
+    mono.feed(file.get(), kHalf);
+    const auto moved = folder.path / "moved.m4a";
+    fs::rename(path, moved);
+    folder.write("song.m4a", "of somebody else");
+    mono.feed(file.get(), kHalf);
+    EXPECT_EQ(ExtAudioFileDispose(file), kNoError);
+    EXPECT_EQ(TemporaryFolder::read(path), "of somebody else");
+    const auto decoded = decodeAudioFile(moved);
     ASSERT_TRUE(decoded);
-    EXPECT_EQ(decoded->size(), 300 * 4096U);
+    EXPECT_EQ(decoded->size(), 2 * kHalf);
     EXPECT_EQ(firstDifference(*decoded, 1, 16), -1);
     int fragments = 0;
-    for (const FileBox& box : boxesOfFile(folder.path / "moved.m4a")) {
+    for (const FileBox& box : boxesOfFile(moved)) {
         if (box.type != "moof") continue;
         ++fragments;
         EXPECT_EQ(box.place / kBlock, (box.place + box.size + 7) / kBlock);
@@ -168,10 +138,7 @@ TEST(AudioFile, NoFragmentsHeadCrossesTheBorderOfABlock) {
     EXPECT_EQ(fragments, 300);
 }
 
-TEST(AudioFile, OperationsInAWrongOrderOrFormAreRefused) {
-    const TemporaryFolder folder;
-    const auto format = losslessFormat(48000, 2, 16);
-    const auto path = folder.path / "song.m4a";
+TEST_F(AudioFile, OperationsInAWrongOrderOrFormAreRefused) {
     ExtAudioFileRef file;
     const auto create = [&](const fs::path& where, AudioFileTypeID type, const AudioStreamBasicDescription& what,
                             std::uint32_t flags = kAudioFileFlags_EraseFile) {
@@ -192,7 +159,6 @@ TEST(AudioFile, OperationsInAWrongOrderOrFormAreRefused) {
     EXPECT_EQ(ExtAudioFileDispose(file), kAudioFileNotOpenError);
     ASSERT_EQ(create(path, kAudioFileM4AType, format), kNoError);
     EXPECT_EQ(ExtAudioFileWriteAsync(file.get(), 0, nullptr), kExtAudioFileError_InvalidOperationOrder);
-    SoundFeed feed(48000, 2, always(0));
     EXPECT_EQ(feed.feed(file.get(), 1), kExtAudioFileError_InvalidOperationOrder);
     EXPECT_EQ(ExtAudioFileSetProperty(file.get(), kExtAudioFileProperty_ClientDataFormat, sizeof format, &format),
               kExtAudioFileError_NonPCMClientFormat);
@@ -206,9 +172,7 @@ std::size_t onsetAfter(const std::vector<std::int32_t>& samples, std::size_t beg
     return 0;
 }
 
-TEST(AudioFile, SoundThatComesAtAnotherRateOrChannelCountStaysInTime) {
-    const TemporaryFolder folder;
-    const auto path = folder.path / "changes.m4a";
+TEST_F(AudioFile, SoundThatComesAtAnotherRateOrChannelCountStaysInTime) {
     auto file = startRecording(path, losslessFormat(48000, 2, 24));
     struct Part {
         double rate;
@@ -236,14 +200,13 @@ TEST(AudioFile, SoundThatComesAtAnotherRateOrChannelCountStaysInTime) {
     }
 }
 
-TEST(AudioFile, APairIsMixedForALoneChannel) {
-    const TemporaryFolder folder;
-    auto file = startRecording(folder.path / "mono.m4a", losslessFormat(48000, 1, 16));
+TEST_F(AudioFile, APairIsMixedForALoneChannel) {
+    auto file = startRecording(path, losslessFormat(48000, 1, 16));
     SoundFeed(48000, 2, [](std::uint64_t, std::uint32_t channel) {
         return channel == 0 ? 0.5F : 0.25F;
     }).feed(file.get(), 3);
     ExtAudioFileDispose(file);
-    EXPECT_THAT(decodeAudioFile(folder.path / "mono.m4a"), testing::Optional(testing::Each(0x30000000)));
+    EXPECT_THAT(decodeAudioFile(path), testing::Optional(testing::Each(0x30000000)));
 }
 
 }  // namespace

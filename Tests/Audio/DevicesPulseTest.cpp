@@ -30,31 +30,16 @@ TEST_F(Pulse, listsSinksByTheirDescriptions) {
     EXPECT_EQ(backEnd.open({}, {}, error)->format().sampleRate, 96000);
 }
 
-/// The cycles of one stream, from the tenth on.
-std::vector<RecordingRenderer::Cycle> settledCycles(AudioStream& stream, RecordingRenderer& renderer) {
-    const std::size_t begin = renderer.count();
-    EXPECT_TRUE(stream.start(renderer));
-    EXPECT_TRUE(waitFor([&] { return renderer.count() >= begin + 700; }));
-    EXPECT_EQ(stream.state(), AudioStreamState::alive);
-    auto cycles = renderer.cycles();
-    cycles.erase(cycles.begin(), cycles.begin() + std::ptrdiff_t(begin) + 10);
-    return cycles;
-}
-
 TEST_F(Pulse, datesItsCyclesSmoothly) {
     ASSERT_TRUE(server.start());
     ASSERT_NE(server.addSink("one", "One", 48000), "");
-    std::vector<RecordingRenderer::Cycle> cycles;
-    // A sink that was held up leaves something out, or is late all the time: then another try.
+    // A sink that was held up may be late all the time: then another stream.
     const auto playUndisturbed = [&] {
         auto stream = backEnd.open("PulseAudio: One", {.periodFrames = 256}, error);
-        if (stream) cycles = settledCycles(*stream, renderer);
-        return cycles.size() > 200 && std::ranges::none_of(cycles, &RecordingRenderer::Cycle::isDiscontinuous) &&
-               areSteady({cycles.begin() + 190, cycles.end()}, 48000, 400, "PulseAudio (null sink, 256 frames)");
+        return stream && stream->start(renderer) &&
+               isSteadyAtSomeTime(renderer, 500, 48000, 400, "PulseAudio (null sink, 256 frames)", 2);
     };
-    ASSERT_TRUE(waitFor(playUndisturbed, 60)) << error.description;
-    const std::size_t stoppedAt = renderer.count();
-    EXPECT_EQ(renderer.count(), stoppedAt);
+    EXPECT_TRUE(waitFor(playUndisturbed, 60)) << error.description;
 }
 
 using PulseController = WithController<Pulse, PulseBackEnd>;

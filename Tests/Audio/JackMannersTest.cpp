@@ -5,13 +5,11 @@
 #include "Platform/MIDI/Jack/JackMIDIBackEnd.h"
 #include "Tests/Audio/SoundServersTest.h"
 #include "Tests/Fakes/JackServer.h"
-#include "Tests/Fakes/TemporaryFolder.h"
 #include "Tests/MIDI/MIDIEar.h"
 
 #include <gmock/gmock.h>
 
 #include <array>
-#include <optional>
 #include <sstream>
 #include <string>
 
@@ -43,34 +41,11 @@ class Onlooker {
         const std::array ports{client->library().portByName(client->handle(), port.c_str())};
         return ports[0] != nullptr ? _latencies.range(ports, mode) : Range{1, 0};
     }
-    std::string portProperty(const std::string& port, const std::string& key) const {
-        const jack_port_t* found = client->library().portByName(client->handle(), port.c_str());
-        const auto uuid = found != nullptr ? client->uuidOf(found) : std::nullopt;
-        return uuid ? property(*uuid, key) : "no port";
-    }
-    std::string clientProperty(const std::string& name, const std::string& key) const {
-        char* text = client->library().uuidForClientName(client->handle(), name.c_str());
-        jack_uuid_t uuid = 0;
-        if (text == nullptr || client->library().parseUuid(text, &uuid) != 0) return "no client";
-        client->library().free(text);
-        return property(uuid, key);
-    }
 
     JackLibraries libraries;
     std::unique_ptr<JackClient> client = libraries.openClient("Onlooker");
 
   private:
-    std::string property(jack_uuid_t subject, const std::string& key) const {
-        char* value = nullptr;
-        char* type = nullptr;
-        const std::string full = "http://jackaudio.org/metadata/" + key;
-        if (client->library().property(subject, full.c_str(), &value, &type) != 0) return "none";
-        std::string text = value;
-        client->library().free(value);
-        client->library().free(type);
-        return text;
-    }
-
     JackLatencies _latencies{*client};
     std::array<jack_port_t*, 1> _keys{};
 };
@@ -81,14 +56,12 @@ class JackManners : public testing::Test {
         stream = backEnd.open({}, {}, error);
         return stream && stream->start(renderer);
     }
-    std::string wires() {
-        const TemporaryFolder folder;
-        const std::string file = (folder.path / "ports").string();
-        EXPECT_TRUE(server.tool({"jack_lsp", "-c"}, file));
-        return TemporaryFolder::read(file);
+    /// What the server tells of a port ("--port") or client ("--client").
+    std::string properties(const std::string& kind, const std::string& name) {
+        return server.answer({"jack_property", kind, "-l", name});
     }
     bool isWired(const std::string& output, const std::string& input) {
-        std::istringstream lines(wires());
+        std::istringstream lines(server.wires());
         std::string port;
         for (std::string line; std::getline(lines, line);) {
             if (!line.starts_with(' ')) port = line;
@@ -114,20 +87,21 @@ TEST_F(JackManners, tellsNamesOrderAndIcon) {
     ASSERT_TRUE(server.start());
     const Onlooker onlooker;
     ASSERT_TRUE(start());
-    EXPECT_TRUE(waitFor([&] { return onlooker.portProperty("Zelvane:out_right", "order") == "2"; }));
-    EXPECT_EQ(onlooker.portProperty("Zelvane:out_left", "order"), "1");
-    EXPECT_EQ(onlooker.portProperty("Zelvane:out_left", "pretty-name"), "Left");
-    EXPECT_EQ(onlooker.portProperty("Zelvane:out_right", "pretty-name"), "Right");
-    EXPECT_EQ(onlooker.clientProperty("Zelvane", "icon-name"), "zelvane");
-    const auto port =
-        onlooker.client->uuidOf(onlooker.client->library().portByName(onlooker.client->handle(), "Zelvane:out_left"));
+    const auto isTold = [this](const char* kind, const char* name, const std::string& key, const std::string& value) {
+        const std::string line = "http://jackaudio.org/metadata/" + key + " value: " + value + "\n";
+        return waitFor([&] { return properties(kind, name).find(line) != std::string::npos; });
+    };
+    EXPECT_TRUE(isTold("--port", "Zelvane:out_left", "order", "1"));
+    EXPECT_TRUE(isTold("--port", "Zelvane:out_right", "order", "2"));
+    EXPECT_TRUE(isTold("--port", "Zelvane:out_left", "pretty-name", "Left"));
+    EXPECT_TRUE(isTold("--port", "Zelvane:out_right", "pretty-name", "Right"));
+    EXPECT_TRUE(isTold("--client", "Zelvane", "icon-name", "zelvane"));
     stream.reset();
     // The server gives the port's number to the next one.
     jack_port_t* next = onlooker.client->library().portRegister(onlooker.client->handle(), "next",
                                                                 JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
     ASSERT_NE(next, nullptr);
-    EXPECT_EQ(onlooker.portProperty("Onlooker:next", "pretty-name"), "none");
-    EXPECT_TRUE(port);
+    EXPECT_EQ(properties("--port", "Onlooker:next"), "");
 }
 
 TEST_F(JackManners, tellsHowOldItsSoundIsAndWhenMessagesAreHeard) {
@@ -178,14 +152,15 @@ TEST_F(JackManners, leavesTheWiresToASession) {
     for (const char* device : {"", "JACK: system"}) {
         ASSERT_TRUE(opens(device));
         ASSERT_TRUE(hasHadTime());
-        EXPECT_THAT(wires(), testing::HasSubstr("Zelvane.nABC:out_left\n"));
-        EXPECT_THAT(wires(), testing::Not(testing::HasSubstr("\n   ")));
+        EXPECT_THAT(server.wires(), testing::HasSubstr("Zelvane.nABC:out_left\n"));
+        EXPECT_THAT(server.wires(), testing::Not(testing::HasSubstr("\n   ")));
         EXPECT_EQ(stream->state(), AudioStreamState::alive);
     }
     // The user's own choice later.
     presence.hasStarted->store(true);
     ASSERT_TRUE(opens(""));
-    EXPECT_TRUE(waitFor([&] { return wires().find("\nZelvane.nABC:out_left\n   system") != std::string::npos; }));
+    EXPECT_TRUE(
+        waitFor([&] { return server.wires().find("\nZelvane.nABC:out_left\n   system") != std::string::npos; }));
     stream.reset();
 }
 
@@ -202,10 +177,11 @@ TEST_F(WiredController, laysTheUsersWiresAgain) {
     ASSERT_TRUE(server.tool({"jack_bufsize", "512"}));
     ASSERT_TRUE(hasHadTime());
     for (const char* when : {"another period", "another server"}) {
-        EXPECT_TRUE(waitFor([&] { return isWired("out_left", "system:playback_2"); })) << when << ": " << wires();
-        EXPECT_TRUE(isWired("out_right", "system:playback_2")) << when << ": " << wires();
+        EXPECT_TRUE(waitFor([&] { return isWired("out_left", "system:playback_2"); }))
+            << when << ": " << server.wires();
+        EXPECT_TRUE(isWired("out_right", "system:playback_2")) << when << ": " << server.wires();
         ASSERT_TRUE(hasHadTime());
-        EXPECT_FALSE(isWired("out_left", "system:playback_1")) << when << ": " << wires();
+        EXPECT_FALSE(isWired("out_left", "system:playback_1")) << when << ": " << server.wires();
         server.kill();
         ASSERT_TRUE(isHeardOn("null"));
         ASSERT_TRUE(server.start());

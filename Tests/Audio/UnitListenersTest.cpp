@@ -46,19 +46,14 @@ OSStatus edit(Unit& unit, float value, const AUParameterListenerRef& sender = nu
     return AUParameterSet(sender, object, unit.gain(), value, 0);
 }
 
-TEST(PropertyListeners, AreCalledForWhatIsSetUntilTheyAreRemoved) {
+TEST(PropertyListeners, HearWhatIsSetButNeitherWhatIsRefusedNorWhatComesAfterTheirEnd) {
     Unit unit;
     Heard heard;
-    EXPECT_EQ(AudioUnitAddPropertyListener(&unit, 4711, Heard::property, &heard), kAudioUnitErr_InvalidProperty);
-    EXPECT_EQ(AudioUnitAddPropertyListener(&unit, kNumber, Heard::property, &heard), kNoError);
-    EXPECT_EQ(AudioUnitAddPropertyListener(&unit, kNumber, Heard::property, &heard), kNoError);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(AudioUnitAddPropertyListener(&unit, kNumber, Heard::property, &heard), kNoError);
     unit.setNumber(1);
-    EXPECT_EQ(heard.properties, 2);
     const std::uint32_t tooShort = 1;
     AudioUnitSetProperty(&unit, kNumber, 0, 0, &tooShort, sizeof tooShort);
-    AudioUnitSetProperty(&unit, kMusicDeviceProperty_UsesInternalReverb, 0, 0, &tooShort, sizeof tooShort);
-    EXPECT_EQ(heard.properties, 2) << "of what was refused, or is another property";
-    EXPECT_NE(AudioUnitRemovePropertyListenerWithUserData(&unit, kNumber, Heard::property, nullptr), kNoError);
     EXPECT_EQ(AudioUnitRemovePropertyListenerWithUserData(&unit, kNumber, Heard::property, &heard), kNoError);
     EXPECT_NE(AudioUnitRemovePropertyListenerWithUserData(&unit, kNumber, Heard::property, &heard), kNoError);
     unit.setNumber(2);
@@ -138,37 +133,28 @@ TEST(ParameterListeners, HearTheNewestValueOnceInAnIntervalForEachObject) {
     ASSERT_EQ(AUListenerCreate(Heard::parameter, &heard, nullptr, 100ms, listener), kNoError);
     for (char* object : {&a, &b, &a}) EXPECT_EQ(AUListenerAddParameter(listener, object, unit.gain()), kNoError);
     AUListenerAddParameter(listener, &c, other.gain());
-    EXPECT_EQ(AUListenerAddParameter(listener, &a, {&unit, 8, 0, 0}), kAudioUnitErr_InvalidParameter);
-    const auto runDue = [&] {
+    const auto heardAfter = [&](Duration time) {
         heard.values.clear();
+        clock.advance(time);
         while (loop.runOnce(clock.now())) {
         }
+        return heard.values;
     };
     edit(unit, 0.5F);
     edit(unit, 1.5F);
     EXPECT_THAT(heard.values, IsEmpty()) << "not within the edit";
-    runDue();
-    EXPECT_THAT(heard.values, ElementsAre(std::pair('a', 1.5F), std::pair('b', 1.5F)));
+    EXPECT_THAT(heardAfter(0ms), ElementsAre(std::pair('a', 1.5F), std::pair('b', 1.5F)));
     edit(unit, 0.7F, listener, &a);
-    clock.advance(99ms);
-    runDue();
-    EXPECT_THAT(heard.values, IsEmpty());
-    clock.advance(1ms);
-    runDue();
-    EXPECT_THAT(heard.values, ElementsAre(std::pair('b', 0.7F))) << "the sender knows it";
-
+    EXPECT_THAT(heardAfter(99ms), IsEmpty());
+    EXPECT_THAT(heardAfter(1ms), ElementsAre(std::pair('b', 0.7F))) << "the sender knows it";
     EXPECT_EQ(AUListenerRemoveParameter(listener, &b, unit.gain()), kNoError);
     EXPECT_EQ(AUListenerRemoveParameter(listener, &b, unit.gain()), kAudioUnitErr_InvalidParameter);
     edit(unit, 0.1F);
-    clock.advance(1s);
-    runDue();
-    EXPECT_THAT(heard.values, ElementsAre(std::pair('a', 0.1F)));
+    EXPECT_THAT(heardAfter(1s), ElementsAre(std::pair('a', 0.1F)));
     edit(unit, 0.2F);
     const AUParameterListenerRef kept = listener;
     AUListenerDispose(listener);
-    clock.advance(1s);
-    runDue();
-    EXPECT_THAT(heard.values, IsEmpty());
+    EXPECT_THAT(heardAfter(1s), IsEmpty());
 }
 
 TEST(ParameterListeners, AThreadWithoutARunLoopTellsAtOnceAndAGoneUnitNeverAgain) {

@@ -101,6 +101,12 @@ bool JackServer::tool(const std::vector<std::string>& command, const std::string
     return ChildProcess::run(command, {}, outputFile);
 }
 
+std::string JackServer::answer(const std::vector<std::string>& command) const {
+    const TemporaryFolder folder;
+    const std::string file = folder.path / "answer";
+    return tool(command, file) ? TemporaryFolder::read(file) : std::string();
+}
+
 /// What a killed server leaves would add up in the shared memory of the machine.
 void JackServer::removeLeftovers() const {
     std::error_code error;

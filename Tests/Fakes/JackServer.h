@@ -29,6 +29,10 @@ class JackServer {
     void thaw() const;
     /// Runs a JACK tool (jack_connect, say) against it. True when it succeeded.
     bool tool(const std::vector<std::string>& command, const std::string& outputFile = {}) const;
+    /// What such a tool tells; nothing when it fails.
+    std::string answer(const std::vector<std::string>& command) const;
+    /// All ports, with those each is connected to indented below it.
+    std::string wires() const { return answer({"jack_lsp", "-c"}); }
 
   private:
     bool tryToStart(unsigned sampleRate, unsigned periodFrames);
