@@ -19,7 +19,7 @@ class Jack : public testing::Test {
     Error error;
 };
 
-TEST_F(Jack, playsInTheServersCycles) {
+TEST_F(Jack, playsInTheCyclesOfAServerThatItShares) {
     ASSERT_TRUE(server.start(44100, 128));
     ASSERT_EQ(deviceNames(backEnd), std::vector<std::string>{"JACK: system"});
     EXPECT_EQ(backEnd.devices()[0].format, (AudioDeviceFormat{44100, 2, 128, 32}));
@@ -28,7 +28,11 @@ TEST_F(Jack, playsInTheServersCycles) {
     ASSERT_TRUE(stream) << error.description;
     EXPECT_EQ(stream->format(), (AudioDeviceFormat{44100, 2, 128, 32}));
     ASSERT_TRUE(stream->start(renderer));
-    ASSERT_TRUE(waitFor([&] { return renderer.count() >= 100; }));
+    JackBackEnd otherBackEnd;
+    RecordingRenderer otherRenderer;
+    auto other = otherBackEnd.open({}, {}, error);
+    ASSERT_TRUE(other && other->start(otherRenderer));
+    ASSERT_TRUE(waitFor([&] { return renderer.count() >= 100 && otherRenderer.count() >= 100; }));
     RealtimeGuard::reset();
     EXPECT_TRUE(isSteadyAtSomeTime(renderer, 600, 44100, 500, "JACK (dummy, 128 frames)"));
     EXPECT_EQ(RealtimeGuard::violations().total(), 0U) << RealtimeGuard::firstOffender();
@@ -37,29 +41,13 @@ TEST_F(Jack, playsInTheServersCycles) {
     const std::string all = server.wires();
     EXPECT_NE(all.find("Zelvane:out_left\n   system:playback_1\n"), std::string::npos) << all;
     EXPECT_NE(all.find("Zelvane:out_right\n   system:playback_2\n"), std::string::npos) << all;
+    other.reset();
     stream.reset();
     const std::size_t stoppedAt = renderer.count();
     EXPECT_EQ(server.wires().find("Zelvane"), std::string::npos);
     EXPECT_EQ(renderer.count(), stoppedAt);
     for (const auto& cycle : renderer.cycles())
         ASSERT_TRUE(cycle.frames == 128 && cycle.periodFrames == 128 && cycle.channels == 2);
-}
-
-TEST_F(Jack, followsThePeriodAndSharesTheServer) {
-    ASSERT_TRUE(server.start(48000, 256));
-    JackBackEnd otherBackEnd;
-    RecordingRenderer otherRenderer;
-    auto stream = backEnd.open({}, {}, error);
-    ASSERT_TRUE(stream && stream->start(renderer));
-    auto other = otherBackEnd.open({}, {}, error);
-    ASSERT_TRUE(other && other->start(otherRenderer));
-    ASSERT_TRUE(waitFor([&] { return renderer.count() > 10 && otherRenderer.count() > 10; }));
-    ASSERT_TRUE(server.tool({"jack_bufsize", "1024"}));
-    const auto hasGrown = [](const RecordingRenderer& one) {
-        return one.count() > 0 && one.cycles().back().frames == 1024 && one.cycles().back().periodFrames == 1024;
-    };
-    EXPECT_TRUE(waitFor([&] { return hasGrown(renderer) && hasGrown(otherRenderer); }));
-    EXPECT_EQ(stream->state(), AudioStreamState::alive);
 }
 
 using JackController = WithController<Jack, JackBackEnd>;
@@ -83,10 +71,8 @@ TEST_F(JackController, survivesTheDeathOfTheServerTwentyTimes) {
     }
     std::ranges::sort(leaves);
     std::ranges::sort(returns);
-    std::printf(
-        "JACK server killed 20 times: null device %.0f, at most %.0f ms later, back %.0f, at most %.0f ms after its "
-        "start\n",
-        leaves[10], leaves.back(), returns[10], returns.back());
+    std::printf("JACK server killed 20 times: null device %.0f ms later, back %.0f ms after its start\n", leaves[10],
+                returns[10]);
     // The machine may be busy during the others.
     EXPECT_LT(leaves[5], 100);
     EXPECT_LT(returns[10], 2000);

@@ -24,6 +24,8 @@ namespace zelvane {
 template <typename Kind>
 class InstrumentPlayer {
   public:
+    using Messages = std::vector<std::array<int, 3>>;
+
     InstrumentPlayer(std::unique_ptr<Kind> toPlay, double sampleRate, std::uint32_t maxFrames)
         : instrument(std::move(toPlay)), rate(sampleRate) {
         if (instrument != nullptr) {
@@ -39,6 +41,9 @@ class InstrumentPlayer {
     /// For the next block.
     void send(int status, int data1, int data2 = 0, std::uint32_t offset = 0) {
         at(_now + offset, status, data1, data2);
+    }
+    void send(const Messages& messages) {
+        for (const auto& [status, data1, data2] : messages) send(status, data1, data2);
     }
     void bend(int value) {
         for (int channel = 0; channel < 16; ++channel) send(0xE0 | channel, value & 127, value >> 7);

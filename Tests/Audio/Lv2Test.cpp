@@ -296,9 +296,7 @@ TEST_F(Lv2Probe, FaultsAreCountedAndToldOnce) {
     const LogLines log;
     for (int i = 0; i < 3; ++i) {
         player.send(0x90, 60, 100, 7);
-        player.send(0xB0, 21, 0, 8);
-        player.send(0xB0, 22, 0, 8);
-        player.send(0xB0, 23, i, 8);
+        player.send({{0xB0, 21}, {0xB0, 22}, {0xB0, 23, i}});
         player.block();
         for (const float sample : player.left) ASSERT_EQ(sample, 0);
     }
@@ -315,8 +313,7 @@ TEST_F(Lv2Probe, FaultsAreCountedAndToldOnce) {
 
 TEST(Lv2Silence, EndsNotesAndMutesTheirTails) {
     Lv2Player player(installed("http://drobilla.net/plugins/mda/JX10", "mda.lv2"));
-    player.send(0xB0, 64, 127);
-    player.send(0x90, 60, 100);
+    player.send({{0xB0, 64, 127}, {0x90, 60, 100}});
     player.seconds(0.2);
     player.block();
     EXPECT_NE(player.left, std::vector<float>(512));
@@ -338,11 +335,8 @@ TEST(Lv2Guard, RenderingAllocatesAndLocksNothing) {
     RealtimeGuard::reset();
     for (int round = 0; round < 200; ++round) {
         for (auto& unit : units) {
-            unit->send(0x90, 60, 100);
-            unit->send(0xE0, 0, round % 128);
-            unit->send(0xB0, 121);
-            unit->send(0xB0, 20, 1 + round % 100);
-            unit->send(0xB0, 23, 1);
+            unit->send(
+                {{0x90, 60, 100}, {0xE0, 0, round % 128}, {0xB0, 121}, {0xB0, 20, 1 + round % 100}, {0xB0, 23, 1}});
             unit->instrument->setParameter(0, 1);
             unit->set(kLevel, 0.5F);
             if (round % 50 == 0) unit->instrument->silence();
@@ -350,8 +344,7 @@ TEST(Lv2Guard, RenderingAllocatesAndLocksNothing) {
             unit->block(64);
         }
     }
-    const RealtimeViolations violations = RealtimeGuard::violations();
-    EXPECT_EQ(violations.total(), 0U) << RealtimeGuard::firstOffender();
+    EXPECT_EQ(RealtimeGuard::violations().total(), 0U) << RealtimeGuard::firstOffender();
 }
 
 TEST(AtomArchive, SurvivesRoundTripsAndDamage) {

@@ -120,9 +120,8 @@ TEST_F(SoundFontProperties, ClassInfoBringsSettingsToAnotherUnitButNotItsTuning)
     const TinyFont other;
     SoundFontPlayer two(other.bank());
     player.bend(10646);
-    for (const auto& [controller, value] : {std::pair{0, 1}, {7, 55}, {64, 127}, {101, 0}, {100, 0}, {6, 4}})
-        player.send(0xB3, controller, value);
-    player.send(0xC3, 0);
+    player.send(
+        {{0xB3, 0, 1}, {0xB3, 7, 55}, {0xB3, 64, 127}, {0xB3, 101, 0}, {0xB3, 100, 0}, {0xB3, 6, 4}, {0xC3, 0}});
     player.block();
     player.instrument->setParameter(0, 0.75F);
     EXPECT_EQ(player.set(kAudioUnitProperty_RenderQuality, std::uint32_t{127}), kNoError);
@@ -259,8 +258,7 @@ TEST(SoundFontThreads, BanksChangeAndUnitsGoWhileOthersRender) {
         std::atomic<bool> isOver{false};  // written by this thread, read by the one that renders
         std::thread audio([&] {
             for (int i = 0; !isOver; ++i) {
-                player.send(0x90, 60 + i % 12, 100), player.send(0x80, 60 + (i + 5) % 12);
-                player.send(0xE0, 0, i % 128);
+                player.send({{0x90, 60 + i % 12, 100}, {0x80, 60 + (i + 5) % 12}, {0xE0, 0, i % 128}});
                 neighbour.send(i % 2 ? 0x80 : 0x90, 69, 100);
                 player.block(256), neighbour.block(256);
             }

@@ -60,8 +60,7 @@ TEST(SoundFontTuning, UnitsStandTenCentsApart) {
     const auto vibrato = [](SoundFontPlayer& player) { player.send(0xB0, 1, 20); };
     EXPECT_LT(largestTuningError(tiny.bank(), vibrato), kExact);
     const auto fineTune = [](SoundFontPlayer& player) {
-        for (const auto& [controller, value] : {std::pair{101, 0}, {100, 1}, {6, 70}, {38, 13}})
-            player.send(0xB0, controller, value);
+        player.send({{0xB0, 101, 0}, {0xB0, 100, 1}, {0xB0, 6, 70}, {0xB0, 38, 13}});
     };
     EXPECT_LT(largestTuningError(tiny.bank(), fineTune), kExact);
 }
@@ -72,32 +71,29 @@ TEST(SoundFontTuning, SurvivesWhateverResetsASynth) {
     SoundFontPlayer player(bank);
     player.bend(kBends[7]);
     const auto error = [&] { return std::fabs(centsAboveA(player) - 70); };
-    const std::vector<std::pair<const char*, std::function<void()>>> resets{
-        {"controller 121", [&] { player.send(0xB0, 121); }},
-        {"program change", [&] { player.send(0xC0, 0); }},
-        {"bank change",
-         [&] { player.send(0xB0, 0, 5), player.send(0xC0, 0), player.send(0xB0, 0, 0), player.send(0xC0, 0); }},
-        {"all sound off", [&] { player.send(0xB0, 120), player.send(0xB0, 123); }},
-        {"mono and poly mode",
-         [&] { player.send(0xB0, 126, 1), player.send(0xB0, 127), player.send(0xB0, 124), player.send(0xB0, 125); }},
-        {"silence", [&] { player.instrument->silence(); }},
-        {"silence with reverb",
-         [&] {
-             player.instrument->setParameter(kReverbOn, 1);
-             player.block();
-             player.instrument->silence();
-             player.block();
-             player.instrument->setParameter(kReverbOn, 0);
-         }},
-        {"prepare", [&] { EXPECT_EQ(player.instrument->prepare(48000, 512), kNoError); }},
-        {"another bank", [&] { EXPECT_EQ(player.instrument->loadBank(TinyFont().file), kNoError); }},
-    };
-    EXPECT_LT(error(), kExact);
-    for (const auto& [name, reset] : resets) {
-        reset();
+    const std::vector<std::pair<const char*, SoundFontPlayer::Messages>> resets{
+        {"nothing", {}},
+        {"controller 121", {{0xB0, 121}}},
+        {"program change", {{0xC0, 0}}},
+        {"bank change", {{0xB0, 0, 5}, {0xC0, 0}, {0xB0, 0, 0}, {0xC0, 0}}},
+        {"all sound off", {{0xB0, 120}, {0xB0, 123}}},
+        {"mono and poly mode", {{0xB0, 126, 1}, {0xB0, 127}, {0xB0, 124}, {0xB0, 125}}}};
+    for (const auto& [name, messages] : resets) {
+        player.send(messages);
         player.seconds(0.05);
         EXPECT_LT(error(), kExact) << "after " << name;
     }
+    for (const float reverb : {1.0F, 0.0F}) {
+        player.instrument->setParameter(kReverbOn, reverb);
+        player.block();
+        player.instrument->silence();
+        player.block();
+    }
+    EXPECT_LT(error(), kExact) << "after silence";
+    EXPECT_EQ(player.instrument->prepare(48000, 512), kNoError);
+    EXPECT_LT(error(), kExact) << "after preparation";
+    EXPECT_EQ(player.instrument->loadBank(TinyFont().file), kNoError);
+    EXPECT_LT(error(), kExact) << "with another bank";
     for (const double rate : {44100.0, 96000.0, 192000.0}) {
         SoundFontPlayer other(bank, rate);
         other.bend(kBends[7]);
@@ -109,8 +105,7 @@ TEST(SoundFontTuning, CountsBendRangeCoarseAndFineTune) {
     const TinyFont tiny;
     SoundFontPlayer player(tiny.bank());
     const auto registered = [&](int parameter, int value) {
-        for (const auto& [controller, data] : {std::pair{101, 0}, {100, parameter}, {6, value}, {38, 0}})
-            player.send(0xB0, controller, data);
+        player.send({{0xB0, 101, 0}, {0xB0, 100, parameter}, {0xB0, 6, value}, {0xB0, 38, 0}});
     };
     registered(1, 96);
     EXPECT_NEAR(centsAboveA(player), 50, 0.6) << "fine tuning";
@@ -175,16 +170,10 @@ TEST(SoundFontGrid, BeginsNotesAtTheirFrame) {
 TEST(SoundFontGrid, KeepsTheOrderOfEvents) {
     const TinyFont tiny;
     SoundFontPlayer player(tiny.bank());
-    player.send(0xB0, 0, 1);
-    player.send(0xC0, 0);
-    player.send(0x90, 69, 100);
-    player.send(0xB0, 0, 0);
-    player.send(0xC0, 1);
+    player.send({{0xB0, 0, 1}, {0xC0, 0}, {0x90, 69, 100}, {0xB0, 0, 0}, {0xC0, 1}});
     player.seconds(0.1);
     EXPECT_NEAR(centsAbove(880, measuredFrequency(player.seconds(1), 48000, 880)), 0, kExact);
-    player.send(0x80, 69);
-    player.send(0x90, 69, 100);
-    player.send(0x80, 69);
+    player.send({{0x80, 69}, {0x90, 69, 100}, {0x80, 69}});
     player.seconds(1);
     EXPECT_FALSE(player.block());
 }
@@ -192,8 +181,7 @@ TEST(SoundFontGrid, KeepsTheOrderOfEvents) {
 TEST(SoundFontSleep, IsSilentUntilANoteAndAfterIt) {
     const TinyFont tiny;
     SoundFontPlayer player(tiny.bank());
-    player.send(0xB0, 7, 90);
-    player.send(0xE0, 0, 70);
+    player.send({{0xB0, 7, 90}, {0xE0, 0, 70}});
     EXPECT_FALSE(player.block());
     std::vector<float> left(256, 0.5F), right(256);
     player.instrument->render({}, left.data(), right.data(), 256);
@@ -205,15 +193,12 @@ TEST(SoundFontSleep, IsSilentUntilANoteAndAfterIt) {
     EXPECT_FALSE(player.block());
     player.instrument->setParameter(kReverbOn, 1);
     player.instrument->setParameter(kChorusOn, 1);
-    player.send(0x90, 69, 100);
-    player.send(0x80, 69);
+    player.send({{0x90, 69, 100}, {0x80, 69}});
     player.seconds(0.5);
     EXPECT_TRUE(player.block()) << "the effects' tail";
     player.seconds(20);
     EXPECT_FALSE(player.block());
-    player.send(0xB0, 64, 127);
-    player.send(0x90, 69, 100);
-    player.send(0x80, 69);
+    player.send({{0xB0, 64, 127}, {0x90, 69, 100}, {0x80, 69}});
     player.seconds(0.5);
     EXPECT_TRUE(player.block()) << "held by the pedal";
     player.send(0xB0, 121);
@@ -263,10 +248,7 @@ TEST(SoundFontSound, AnyBytesAreHarmless) {
             for (const int controller : {64, 66, 121, 120}) player.send(0xB0 | channel, controller, 0);
         player.seconds(3);
         EXPECT_FALSE(player.block());
-        for (const auto& [controller, value] : {std::pair{0, 0}, {7, 100}, {10, 64}, {127, 0}})
-            player.send(0xB0, controller, value);
-        player.send(0xC0, 0);
-        player.send(0x90, 69, 100);
+        player.send({{0xB0, 0, 0}, {0xB0, 7, 100}, {0xB0, 10, 64}, {0xB0, 127, 0}, {0xC0, 0}, {0x90, 69, 100}});
         EXPECT_GT(peakOf(player.seconds(0.2)), 0.001F);
     }
 }
