@@ -20,9 +20,7 @@ using Choice = OutputDeviceController::Choice;
 class Controller : public testing::Test {
   protected:
     void start() {
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
-        for (const SteppedDevice* device : {&first, &second, &fallback}) backEnds.push_back(device->backEnd());
-        controller.emplace(std::move(backEnds), renderer, [this] { ++rounds; });
+        controller.emplace(SteppedDevice::backEnds({&first, &second, &fallback}), renderer, [this] { ++rounds; });
     }
     bool plays(const std::string& name) {
         return waitFor([&] { return controller->status().current.device == name; });

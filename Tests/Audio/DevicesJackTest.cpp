@@ -21,7 +21,8 @@ class Jack : public testing::Test {
 
 TEST_F(Jack, playsInTheCyclesOfAServerThatItShares) {
     ASSERT_TRUE(server.start(44100, 128));
-    ASSERT_EQ(deviceNames(backEnd), std::vector<std::string>{"JACK: system"});
+    ASSERT_EQ(backEnd.devices().size(), 1U);
+    EXPECT_EQ(backEnd.devices()[0].name, "JACK: system");
     EXPECT_EQ(backEnd.devices()[0].format, (AudioDeviceFormat{44100, 2, 128, 32}));
     EXPECT_TRUE(backEnd.devices()[0].isDefault);
     auto stream = backEnd.open("JACK: system", {.periodFrames = 4096}, error);

@@ -7,21 +7,10 @@
 namespace zelvane {
 namespace {
 
-class PipeWireSinks : public testing::Test {
-  protected:
-    bool lists(std::vector<std::string> names) {
-        std::ranges::sort(names);
-        return waitFor([&] {
-            std::vector<std::string> present = deviceNames(backEnd);
-            std::ranges::sort(present);
-            return present == names;
-        });
-    }
-
+struct PipeWireSinks : testing::Test {
     JackServer noJackServer;  // a name under which nobody answers
     PipeWireServer server;
     RecordingRenderer renderer;
-    JackBackEnd backEnd;
 };
 
 using PipeWire = WithController<PipeWireSinks, JackBackEnd>;
@@ -30,7 +19,6 @@ TEST_F(PipeWire, playsOnEachOfItsSinksOverItsOwnJackLibrary) {
     ASSERT_TRUE(server.start());
     ASSERT_TRUE(server.addSink("first", "First Sink"));
     ASSERT_TRUE(server.addSink("second", "Second Sink"));
-    ASSERT_TRUE(lists({"JACK: First Sink", "JACK: Second Sink"}));
     controller.select({"JACK", "JACK: Second Sink"});
     ASSERT_TRUE(isHeardOn("JACK: Second Sink"));
     // A sink that goes takes the choice along for as long as it is away.
@@ -54,7 +42,6 @@ TEST_F(PipeWire, playsOnEachOfItsSinksOverItsOwnJackLibrary) {
 TEST_F(PipeWire, followsTheQuantumAndTheRate) {
     ASSERT_TRUE(server.start());
     ASSERT_TRUE(server.addSink("sink", "A Sink"));
-    ASSERT_TRUE(lists({"JACK: A Sink"}));
     controller.select({"JACK", "JACK: A Sink"});
     ASSERT_TRUE(isHeardOn("JACK: A Sink"));
     const auto plays = [&](std::uint32_t quantum, double rate) {

@@ -35,12 +35,9 @@ struct TenUnits {
         const auto fonts = folder.path / "soundfonts";
         std::filesystem::create_directories(fonts);
         writeTinySoundFont(fonts / "default-GM.sf2");
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
-        backEnds.push_back(first.backEnd());
-        backEnds.push_back(second.backEnd());
         std::vector<std::unique_ptr<AudioComponentProvider>> providers;
         providers.push_back(std::make_unique<SoundFontProvider>(std::vector{folder.path}));
-        platform = std::make_unique<AudioPlatform>(std::move(backEnds), std::move(providers));
+        platform = std::make_unique<AudioPlatform>(SteppedDevice::backEnds({&first, &second}), std::move(providers));
         engine = std::make_unique<AVAudioEngine>(platform->graph, platform->controller, platform->hardware);
         for (int i = 0; i < 10; ++i) addUnit();
         Error error;

@@ -18,12 +18,6 @@
 
 namespace zelvane {
 
-inline std::vector<std::string> deviceNames(AudioDeviceBackEnd& backEnd) {
-    std::vector<std::string> names;
-    for (const AudioDeviceInfo& info : backEnd.devices()) names.push_back(info.name);
-    return names;
-}
-
 /// What plays on a server of a fixture's, or falls back on the null device, into the fixture's renderer.
 template <typename Fixture, typename BackEnd>
 class WithController : public Fixture {

@@ -23,6 +23,11 @@ class SteppedDevice {
 
     /// To be handed to the controller, which may keep it longer than this object lives. Named like the device.
     std::unique_ptr<AudioDeviceBackEnd> backEnd() const { return std::make_unique<BackEnd>(_state); }
+    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds(const std::vector<const SteppedDevice*>& devices) {
+        std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
+        for (const SteppedDevice* device : devices) backEnds.push_back(device->backEnd());
+        return backEnds;
+    }
 
     /// Renders that many frames on the calling thread, and hands out what came. Frame times are exact and go on without
     /// a gap from step to step. Nothing (no buffers) while the device is not open.

@@ -192,8 +192,6 @@ LV2_State_Status Probe::save(LV2_State_Store_Function store, LV2_State_Handle ha
     std::ofstream(made) << _note;
     storePath("urn:zelvane:probe#note", made);
     release->free_path(release->handle, made);
-    const LV2_URID kind = urid("urn:zelvane:probe#kind");
-    store(handle, kind, &kind, sizeof kind, urid(LV2_ATOM__URID), kFlags);
     return LV2_STATE_SUCCESS;
 }
 
@@ -218,9 +216,6 @@ LV2_State_Status Probe::restore(LV2_State_Retrieve_Function retrieve, LV2_State_
         std::getline(stream, _note);
         _note += "+";
     }
-    const LV2_URID kind = urid("urn:zelvane:probe#kind");
-    const void* value = get(kind);
-    if (value != nullptr && std::memcmp(value, &kind, sizeof kind) != 0) std::terminate();
     _bends.fill(8192);
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
     _isBusy = false;
