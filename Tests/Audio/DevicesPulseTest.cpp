@@ -21,7 +21,7 @@ TEST_F(Pulse, datesItsCyclesSmoothly) {
     const auto playUndisturbed = [&] {
         auto stream = backEnd.open("PulseAudio: One", {.periodFrames = 256}, error);
         return stream && stream->start(renderer) &&
-               isSteadyAtSomeTime(renderer, 500, 48000, 400, "PulseAudio (null sink, 256 frames)", 2);
+               isSteadyAtSomeTime(renderer, 500, 48000, 600, "PulseAudio (null sink, 256 frames)", 2);
     };
     EXPECT_TRUE(waitFor(playUndisturbed, 60)) << error.description;
 }

@@ -88,7 +88,7 @@ TEST_F(JackManners, tellsNamesOrderAndIcon) {
     const Onlooker onlooker;
     ASSERT_TRUE(start());
     const auto isTold = [this](const char* kind, const char* name, const std::string& key, const std::string& value) {
-        const std::string line = "http://jackaudio.org/metadata/" + key + " value: " + value + "\n";
+        const std::string line = "http://jackaudio.org/metadata/" + key + " value: " + value;
         return waitFor([&] { return properties(kind, name).find(line) != std::string::npos; });
     };
     EXPECT_TRUE(isTold("--port", "Zelvane:out_left", "order", "1"));

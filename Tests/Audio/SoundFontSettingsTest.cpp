@@ -89,18 +89,15 @@ TEST(SoundFontProvider, FindsTheInstalledFont) {
     EXPECT_TRUE(provider.components().empty());
     EXPECT_EQ(provider.instantiate(kSoundFontDescription, error), nullptr);
     EXPECT_FALSE(error.description.empty());
-    const auto found = [&](const char* name) {
-        written(folder.path / name, tinySoundFont());
-        return findSoundFont(folders) == folder.path / name;
-    };
     written(folder.path / "home/soundfonts/broken.sf2", "no font");
     EXPECT_TRUE(provider.components().empty());
-    EXPECT_TRUE(found("usr/soundfonts/b.sf2"));
-    EXPECT_TRUE(found("usr/soundfonts/a.sf2"));
-    EXPECT_TRUE(found("home/sounds/sf2/z.sf2"));
-    EXPECT_TRUE(found("usr/sounds/sf2/TimGM6mb.sf2"));
-    EXPECT_TRUE(found("usr/soundfonts/default-GM.sf3"));
-    EXPECT_TRUE(found("usr/sounds/sf2/default-GM.sf2"));
+    // Each is better than those before it.
+    for (const char* name :
+         {"usr/soundfonts/b.sf2", "usr/soundfonts/a.sf2", "home/sounds/sf2/z.sf2", "usr/sounds/sf2/TimGM6mb.sf2",
+          "usr/soundfonts/default-GM.sf3", "usr/sounds/sf2/default-GM.sf2"}) {
+        const fs::path file = written(folder.path / name, tinySoundFont());
+        EXPECT_EQ(findSoundFont(folders), file);
+    }
     ASSERT_EQ(provider.components().size(), 1U);
     EXPECT_EQ(provider.components()[0].name, "DLSMusicDevice");
     AudioComponentDescription asked = provider.components()[0].audioComponentDescription;
