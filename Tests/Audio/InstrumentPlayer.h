@@ -126,7 +126,7 @@ class InstrumentPlayer {
     }
 
     struct Waiting {
-        std::uint64_t frame;
+        std::uint64_t frame = 0;
         TimedMIDI message;
     };
 
