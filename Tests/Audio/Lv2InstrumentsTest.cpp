@@ -2,6 +2,7 @@
 #include "Platform/Audio/Instruments/Lv2/Lv2Properties.h"
 #include "Tests/Audio/Lv2Player.h"
 #include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -49,10 +50,40 @@ double tuningErrorOf(const Subject& subject) {
     });
 }
 
+int threadsOfThisProcess() {
+    return static_cast<int>(std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
+}
+
 }  // namespace
 
 TEST(Lv2Tuning, UnitsStandTenCentsApart) {
     for (const Subject& subject : subjects()) EXPECT_LT(tuningErrorOf(subject), 0.5) << subject.entry.uri;
+}
+
+TEST(Lv2Instances, TenAreMadeSavedRestoredAndRemoved) {
+    const LogLines log;
+    for (const Subject& subject : subjects()) const Lv2Player first(subject.entry);  // some threads stay for good
+    const int threads = threadsOfThisProcess();
+    for (const auto& [entry, plain] : subjects()) {
+        std::vector<std::unique_ptr<Lv2Player>> units;
+        for (int i = 0; i < 10; ++i) units.push_back(std::make_unique<Lv2Player>(entry));
+        for (auto& unit : units) unit->send(0x90, 60, 100), unit->seconds(0.1);
+        const UnitParameter& parameter = units[0]->instrument->parameters()[1];
+        const float value = parameter.minimum + 0.75F * (parameter.maximum - parameter.minimum);
+        units[0]->instrument->setParameter(1, value);
+        units[0]->block();
+        const PropertyList info = units[0]->classInfo();
+        Error error;
+        const auto travelled = parsePropertyList(serializePropertyList(info), error);
+        ASSERT_TRUE(travelled) << entry.uri << error.description;
+        for (auto& unit : units) {
+            EXPECT_EQ(unit->setObject(kAudioUnitProperty_ClassInfoFromDocument, *travelled), kNoError);
+            unit->block();
+            EXPECT_EQ(unit->instrument->parameterValue(1), value) << entry.uri;
+            EXPECT_EQ(unit->classInfo(), info) << entry.uri;
+        }
+    }
+    EXPECT_TRUE(waitFor([&] { return threadsOfThisProcess() <= threads; }));
 }
 
 TEST(Lv2Presets, MayLieInBundlesOfTheirOwn) {
