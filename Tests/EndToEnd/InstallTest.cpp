@@ -97,7 +97,7 @@ TEST_F(Installed, ThePlayerSoundsFromWhereItStands) {
     ASSERT_TRUE(player.isListening()) << player.output();
     for (int n = 0; n < 8; ++n) player.send({"/vesk.µq/fifos", {{40.0}, {60.0F}, {100}, {20}, {1}}});
     player.send({"/vesk.µq/start", {}});
-    EXPECT_EQ(player.client.nextAddress(30), "/vesk.mq/more");
+    EXPECT_EQ(player.client.next(30).address, "/vesk.mq/more");
     EXPECT_EQ(player.terminate(), 0);
     const auto samples = decodeAudioFile(take);
     ASSERT_TRUE(samples);

@@ -84,7 +84,7 @@ TEST(Program, ARecordingIsFinishedWhenThePlayerEnds) {
     ASSERT_TRUE(player.isListening()) << player.output();
     for (int n = 0; n < 8; ++n) player.send(fifos(40, 60));
     player.send({"/vesk.µq/start", {}});
-    EXPECT_EQ(player.client.nextAddress(30), "/vesk.mq/more") << "some notes have sounded by now";
+    EXPECT_EQ(player.client.next(30).address, "/vesk.mq/more") << "some notes have sounded by now";
     EXPECT_EQ(player.terminate(), 0);
     EXPECT_THAT(player.output(), AllOf(HasSubstr("Zelvane: recorded "), EndsWith(" s to " + file + "\n")));
     RunningPlayer nowhere({"--device", "null", "--record", folder.path / "no" / "take.m4a"});
@@ -120,11 +120,11 @@ TEST(Program, TheCommandLineIsReadAndItsFaultsAreTold) {
         {"--check"}, {"--all"}, {"--record"},    {"--send"},        {"--send", "om/note"}, {"stray"}};
     for (const auto& words : faults) EXPECT_EQ(run(words), 2) << words.front();
     EXPECT_EQ(run({"--check", "missing.scl"}), 1);
-    const std::string deserted = std::to_string(UdpEar().port());
+    const std::string deserted = std::to_string(LoopbackSocket().port());
     EXPECT_EQ(run({"--set", "port=" + deserted, "--send", "/om/note", "1"}), 1);
-    UdpEar ear;
+    LoopbackSocket ear;
     EXPECT_EQ(run({"--set", "port=" + std::to_string(ear.port()), "--send", "/om/note", "6050", "2.5", "x"}), 0);
-    EXPECT_EQ(ear.nextAddress(30), "/om/note");
+    EXPECT_EQ(ear.next(30).address, "/om/note");
 }
 
 TEST(Program, InstrumentsAreListedWithWhatTheyCannotDo) {
@@ -150,10 +150,10 @@ TEST(Program, AClientIsAskedForMoreAsTheQueuePassesThroughFive) {
     ASSERT_TRUE(player.isListening());
     for (int n = 0; n < 8; ++n) player.send(fifos(40, 60));
     player.send({"/vesk.µq/start", {}});
-    EXPECT_EQ(player.client.nextAddress(30), "/vesk.mq/more");
-    EXPECT_EQ(player.client.nextAddress(0.5), "");
+    EXPECT_EQ(player.client.next(30).address, "/vesk.mq/more");
+    EXPECT_EQ(player.client.next(0.5).address, "");
     player.send({"/vesk.µq/continue", {}});
-    EXPECT_EQ(player.client.nextAddress(30), "/vesk.mq/more");
+    EXPECT_EQ(player.client.next(30).address, "/vesk.mq/more");
     EXPECT_EQ(player.terminate(), 0);
 }
 

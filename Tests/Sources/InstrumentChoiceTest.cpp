@@ -22,6 +22,8 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 
+const std::vector<std::string> kTwo{"DLSMusicDevice", "zither"};
+
 std::vector<std::string> unitNames(AudioEngine& engine) {
     std::vector<std::string> names;
     for (std::int32_t number = 1; number <= 10; ++number) {
@@ -79,7 +81,7 @@ TEST(InstrumentChoice, AHundredSwitchesEndEveryNoteAndRecordingAndMixNothing) {
     LogLines log;
     const TemporaryFolder folder;
     UserDefaults defaults(folder.path / "defaults.plist");
-    PlayerRig rig(std::make_unique<RecordingProvider>(std::vector<std::string>{"DLSMusicDevice", "zither"}));
+    PlayerRig rig(std::make_unique<RecordingProvider>(kTwo));
     MemoryMIDI midi(rig.loop);
     Zelvane player(rig.loop, rig.platform, rig.application, defaults);
     player.setIsListening(true);
@@ -129,23 +131,13 @@ struct ThreadedRig {
         }
     }
 
-    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> devices() {
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> all;
-        all.push_back(std::make_unique<StillBackEnd>());
-        return all;
-    }
-    static std::vector<std::unique_ptr<AudioComponentProvider>> instruments() {
-        std::vector<std::unique_ptr<AudioComponentProvider>> all;
-        all.push_back(std::make_unique<RecordingProvider>(std::vector<std::string>{"DLSMusicDevice", "zither"}));
-        return all;
-    }
-
     PrivateDataFolder data;
     TemporaryFolder folder;
     UserDefaults defaults{folder.path / "defaults.plist"};
     RunLoop mainLoop, playerLoop;
     FakeApplication application{mainLoop};
-    AudioPlatform platform{devices(), instruments()};
+    AudioPlatform platform{oneOf<AudioDeviceBackEnd>(std::make_unique<StillBackEnd>()),
+                           oneOf<AudioComponentProvider>(std::make_unique<RecordingProvider>(kTwo))};
     std::atomic<bool> isEnding{false};
     std::thread player{[this] {
         playerLoop.attachToCurrentThread();
@@ -275,7 +267,7 @@ TEST(InstrumentTrial, AnInstrumentThatBroughtTheLastRunDownIsLeftOutOnceAndTold)
     const TemporaryFolder folder;
     UserDefaults defaults(folder.path / "defaults.plist");
     defaults.set("musicDevice", {std::string("zither")});
-    PlayerRig rig(std::make_unique<RecordingProvider>(std::vector<std::string>{"DLSMusicDevice", "zither"}));
+    PlayerRig rig(std::make_unique<RecordingProvider>(kTwo));
     std::ofstream(rig.data.user() / "loading") << "loading zither\n";
     MemoryMIDI midi(rig.loop);
     {

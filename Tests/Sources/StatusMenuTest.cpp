@@ -2,19 +2,15 @@
 #include "Platform/OSC/OSCClient.h"
 #include "Tests/Fakes/ApplicationRig.h"
 #include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/LoopbackSocket.h"
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace zelvane {
 namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-
 using testing::SizeIs;
 
 /// What the status item shows: the image and the titles of the items for listening and recording.
@@ -122,22 +118,17 @@ TEST_F(StatusMenu, ListensAtLaunchForNoOtherValueThanOne) {
 
 TEST_F(StatusMenu, IsStoppedAndCanStartAgainAfterAPortThatWasTaken) {
     launch();
-    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), length), 0);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
-    defaults.setArgument("port", {std::int64_t{ntohs(address.sin_port)}});
+    auto other = std::make_unique<LoopbackSocket>();
+    const std::uint16_t port = other->port();
+    defaults.setArgument("port", {std::int64_t{port}});
     application.startStopListening();
     runFor(1ms);
     EXPECT_EQ(shown(), kWaiting);
     EXPECT_FALSE(player().isListening());
-    ::close(socket);
+    other.reset();
     application.startStopListening();
     EXPECT_EQ(shown(), kRunning);
-    EXPECT_EQ(player().listeningPort(), ntohs(address.sin_port));
+    EXPECT_EQ(player().listeningPort(), port);
 }
 
 TEST_F(StatusMenu, ListensAnewAfterThePreferencesWereAccepted) {
