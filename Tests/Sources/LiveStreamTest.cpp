@@ -3,6 +3,7 @@
 #include "Platform/Audio/Instruments/SoundFont/SoundFontProvider.h"
 #include "Sources/AppDelegate.h"
 #include "Sources/ConsoleShell.h"
+#include "Tests/Fakes/BusyCore.h"
 #include "Tests/Fakes/LoopbackSocket.h"
 #include "Tests/Fakes/MemoryMIDI.h"
 #include "Tests/Fakes/OneOf.h"
@@ -20,7 +21,6 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
-#include <thread>
 #include <vector>
 
 namespace zelvane {
@@ -110,21 +110,6 @@ class LivePlayer {
     std::atomic<std::size_t> _count{0};  // written by the audio thread, read by the test
     Duration _longestDelay{};
     AppDelegate _application;
-};
-
-/// Another process's worth of work on one core.
-class BusyCore {
-  public:
-    BusyCore()
-        : _thread([this] {
-              while (!_isDone) {
-              }
-          }) {}
-    ~BusyCore() { _isDone = true; }
-
-  private:
-    std::atomic<bool> _isDone{false};
-    std::jthread _thread;
 };
 
 const std::vector<double> kDeltas{20, 31.7, 55.5, 12.25, 80, 41.21, 99.9, 63.07, 17.3, 120.6, 44.4, 8.9, 71.3, 29};
