@@ -53,11 +53,7 @@ struct ApplicationRig {
     ApplicationRig() { loop.attachToCurrentThread(); }
 
     /// Lets the main thread's time pass.
-    void runFor(Duration span) {
-        const TimePoint limit = clock.now() + span;
-        while (loop.runOnce(limit)) {
-        }
-    }
+    void runFor(Duration span) { runUntil(loop, clock.now() + span); }
 
     LogLines log;
     PrivateDataFolder data;

@@ -38,10 +38,12 @@ class PlayerRig {
         while (blockTime(_frame) < DrivenClock::kStart + date) renderBlock();
     }
 
+    /// Runs what is due, and lets no time pass.
+    void runDue() { runUntil(loop, clock.now()); }
+
     void renderBlock() {
         const TimePoint start = blockTime(_frame);
-        while (loop.runOnce(start)) {
-        }
+        runUntil(loop, start);
         std::array<float*, 2> outputs{left.data(), right.data()};
         platform.graph.render({.start = start,
                                .startIsExact = true,

@@ -89,9 +89,12 @@ TEST_F(StatusMenu, ShowsTheCountsOnceASecondWhileTheyChange) {
     EXPECT_EQ(shell.shown.counts.refusedMessages, 1U);
 }
 
-TEST_F(StatusMenu, EndsAnArmedRecordingWithTheListening) {
+TEST_F(StatusMenu, ArmsNothingWhenTheSavePanelIsCancelledAndDisarmsWithTheListening) {
     launch(1);
+    application.startStopRecording();
+    EXPECT_THAT(shell.panels, SizeIs(1));
     EXPECT_EQ(shown(), kRunning);
+    EXPECT_FALSE(player().isRecordingEnabled());
     shell.file = folder.path / "take.m4a";
     application.startStopRecording();
     EXPECT_TRUE(player().isRecordingEnabled());
@@ -100,14 +103,6 @@ TEST_F(StatusMenu, EndsAnArmedRecordingWithTheListening) {
     EXPECT_EQ(shown(), kWaiting);
     EXPECT_FALSE(player().isRecordingEnabled());
     EXPECT_FALSE(player().isRecording());
-}
-
-TEST_F(StatusMenu, LeavesAllAsItWasWhenTheSavePanelIsCancelled) {
-    launch(1);
-    application.startStopRecording();
-    EXPECT_THAT(shell.panels, SizeIs(1));
-    EXPECT_EQ(shown(), kRunning);
-    EXPECT_FALSE(player().isRecordingEnabled());
 }
 
 TEST_F(StatusMenu, ListensAtLaunchForNoOtherValueThanOne) {
