@@ -91,7 +91,7 @@ class Installed : public testing::Test {
     static inline std::unique_ptr<TemporaryFolder> _folder;
 };
 
-TEST_F(Installed, ThePlayerSoundsFromWhereItStands) {
+TEST_F(Installed, ThePlayerSoundsFromWhereItStandsAndFinishesARecordingWhenItEnds) {
     const std::string take = folder.path / "take.m4a";
     RunningPlayer player({"--device", "null", "--record", take}, {}, {}, program());
     ASSERT_TRUE(player.isListening()) << player.output();
@@ -99,6 +99,7 @@ TEST_F(Installed, ThePlayerSoundsFromWhereItStands) {
     player.send({"/vesk.µq/start", {}});
     EXPECT_EQ(player.client.next(30).address, "/vesk.mq/more");
     EXPECT_EQ(player.terminate(), 0);
+    EXPECT_THAT(player.output(), AllOf(HasSubstr("Zelvane: recorded "), EndsWith(" s to " + take + "\n")));
     const auto samples = decodeAudioFile(take);
     ASSERT_TRUE(samples);
     EXPECT_TRUE(std::any_of(samples->begin(), samples->end(), [](std::int32_t sample) { return sample > 1 << 24; }));

@@ -5,8 +5,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace zelvane {
 
@@ -37,29 +35,21 @@ RunningPlayer::RunningPlayer(const std::vector<std::string>& options, const std:
     install(bundles);
     std::filesystem::create_directories(_home.path / "data" / "soundfonts");
     writeTinySoundFont(_home.path / "data" / "soundfonts" / "default-GM.sf2");
-    std::vector<std::string> command{"sh",
-                                     "-c",
-                                     R"(exec "$0" "$@" 2>&1)",
-                                     _program,
-                                     "--set",
-                                     "port=" + std::to_string(port),
-                                     "--set",
-                                     "outPort=" + std::to_string(client.port())};
-    if (desktop.empty()) command.emplace_back("--headless");
-    command.insert(command.end(), options.begin(), options.end());
+    std::vector<std::string> words{"--set", "port=" + std::to_string(port), "--set",
+                                   "outPort=" + std::to_string(client.port())};
+    if (desktop.empty()) words.emplace_back("--headless");
+    words.insert(words.end(), options.begin(), options.end());
     _environment.merge(ChildProcess::Environment{{"HOME", _home.path},
                                                  {"LV2_PATH", _home.path / "lv2"},
                                                  {"XDG_CACHE_HOME", _home.path / "cache"},
                                                  {"XDG_CONFIG_HOME", _home.path / "config"},
                                                  {"XDG_DATA_HOME", _home.path / "data"}});
-    _process = std::make_unique<ChildProcess>(command, _environment, _outputFile);
+    _process = std::make_unique<ChildProcess>(withErrors(_program, words), _environment, _outputFile);
 }
 
 std::pair<int, std::string> RunningPlayer::startAgain(const std::vector<std::string>& options) const {
-    std::vector<std::string> command{"sh", "-c", R"(exec "$0" "$@" 2>&1)", _program};
-    command.insert(command.end(), options.begin(), options.end());
     const std::string output = _home.path / "second";
-    ChildProcess second(command, _environment, output);
+    ChildProcess second(withErrors(_program, options), _environment, output);
     const int status = second.wait();
     return {status, TemporaryFolder::read(output)};
 }
@@ -69,9 +59,7 @@ std::string RunningPlayer::maps() const {
 }
 
 std::string RunningPlayer::output() const {
-    std::ostringstream text;
-    text << std::ifstream(_outputFile).rdbuf();
-    return text.str();
+    return TemporaryFolder::read(_outputFile);
 }
 
 bool RunningPlayer::isListening() const {

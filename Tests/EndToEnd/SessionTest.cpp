@@ -35,10 +35,9 @@ class Session : public testing::Test {
 
     /// Starts the program as a manager would.
     std::unique_ptr<ChildProcess> start(const std::string& url, const std::string& output,
-                                        const std::vector<std::string>& options = {"--device", "null"}) const {
-        std::vector<std::string> command{"sh", "-c", R"(exec "$0" "$@" 2>&1)", ZELVANE_PROGRAM, "--headless"};
-        command.insert(command.end(), options.begin(), options.end());
-        return std::make_unique<ChildProcess>(command,
+                                        const std::vector<std::string>& options = {"--headless", "--device",
+                                                                                   "null"}) const {
+        return std::make_unique<ChildProcess>(withErrors(ZELVANE_PROGRAM, options),
                                               ChildProcess::Environment{{"HOME", home.path},
                                                                         {"NSM_URL", url},
                                                                         {"LV2_PATH", home.path},
@@ -121,8 +120,8 @@ TEST_F(Session, NamesThePlayersClientsAndKeepsTheirWires) {
     };
     const std::string port = "port=" + std::to_string(LoopbackSocket().port());
     for (const std::string output : {"new", "again"}) {
-        auto player =
-            start(manager.url(), output, {"--set", port, "--set", "midiBackend=jack", "--device", "JACK: system"});
+        auto player = start(manager.url(), output,
+                            {"--headless", "--set", port, "--set", "midiBackend=jack", "--device", "JACK: system"});
         ASSERT_EQ(open(manager, "Zelvane.nABC"), reply("/nsm/client/open")) << outputOf(output);
         EXPECT_TRUE(shows("\nZelvane.nABC/MIDI:Zelvane\n")) << ports();
         EXPECT_TRUE(shows("\nZelvane.nABC:out_left\n")) << ports();
