@@ -32,15 +32,6 @@ TEST_F(FoldersTest, FollowTheEnvironmentButNotItsRelativePaths) {
     EXPECT_THAT(dataFolders(), ElementsAre("/home/ada/.local/share", "/a", "/b/"));
 }
 
-TEST_F(FoldersTest, SettingsMayHaveAnotherFolder) {
-    setenv("XDG_CONFIG_HOME", "/c", 1);
-    setPreferencesFolder("/sessions/song");
-    EXPECT_EQ(preferencesFolder(), "/sessions/song");
-    EXPECT_EQ(configurationFolder(), "/c");
-    setPreferencesFolder({});
-    EXPECT_EQ(preferencesFolder(), "/c/Zelvane");
-}
-
 TEST_F(FoldersTest, WithoutAnEnvironmentTheUsersEntryCounts) {
     setenv("XDG_DATA_DIRS", "", 1);
     const std::filesystem::path home = getpwuid(getuid())->pw_dir;
