@@ -103,23 +103,6 @@ TEST_F(Lv2Engine, AFileChosenOnOneUnitIsChosenOnTheOthers) {
     EXPECT_TRUE(waitFor(isChosen));
 }
 
-TEST_F(Lv2Engine, SettingsComeBackWithTheInstrument) {
-    engine.setMusicDeviceFromName("Calf Monosynth");
-    const AudioUnitParameterID id = writableParameter(unit(1));
-    const float before = parameters(id)[6];
-    const auto& parameter = dynamic_cast<InstrumentUnit*>(unit(7))->instrument().parameters()[1];
-    const float other = before < parameter.maximum ? parameter.maximum : parameter.minimum;
-    AudioUnitSetParameter(unit(7), id, kAudioUnitScope_Global, 0, other, 0);
-    render(50ms);
-    engine.storeCurrentPresetToDefaults(7);
-    engine.setMusicDeviceFromName("MDA JX10");
-    engine.setMusicDeviceFromName("Calf Monosynth");
-    render(50ms);
-    std::vector<float> expected(10, before);
-    expected[6] = other;
-    EXPECT_EQ(parameters(id), expected);
-}
-
 std::ptrdiff_t countIn(const char* folder) {
     return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
 }

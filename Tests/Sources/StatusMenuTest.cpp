@@ -3,8 +3,12 @@
 #include "Tests/Fakes/ApplicationRig.h"
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/LoopbackSocket.h"
+#include "Tests/Fakes/MarkdownTable.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <set>
 
 namespace zelvane {
 namespace {
@@ -12,6 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::SizeIs;
+using Json = nlohmann::json;
 
 /// What the status item shows: the image and the titles of the items for listening and recording.
 struct Shown {
@@ -38,20 +43,30 @@ class StatusMenu : public testing::Test, protected ApplicationRig {
         return {shell.statusItem().image(), shell.startMenuItem().title(), shell.startRecordingMenuItem().title()};
     }
     Zelvane& player() { return *application.zelvane(); }
+    /// What `--status` tells.
+    Json report() { return Json::parse(reportJson(application.report())); }
+    std::string state() { return report()["state"]; }
 };
 
-TEST_F(StatusMenu, ShowsTheStatesOfListeningAndRecording) {
+TEST_F(StatusMenu, AndTheReportShowTheStatesOfListeningAndRecording) {
+    EXPECT_EQ(state(), "starting");
     launch();
     EXPECT_EQ(shown(), kWaiting);
+    EXPECT_EQ(state(), "waiting");
+    EXPECT_EQ(report()["osc"]["port"], 0);
     application.startStopListening();
     EXPECT_EQ(shown(), kRunning);
+    EXPECT_EQ(state(), "listening");
     EXPECT_EQ(shell.shown.port, player().listeningPort());
+    EXPECT_EQ(report()["osc"]["port"], player().listeningPort());
     shell.file = folder.path / "take.m4a";
     application.startStopRecording();
     EXPECT_THAT(shell.panels, ElementsAre("Save Recording|Save recording as|Zelvane Recording.m4a|m4a"));
     const Shown armedRed{StatusImage::statusIsRecording, "Stop Listening", "Stop Recording"};
     const Shown armedGreen{StatusImage::statusIsRunning, "Stop Listening", "Stop Recording"};
     EXPECT_EQ(shown(), armedGreen);
+    EXPECT_EQ(state(), "armed");
+    EXPECT_EQ(report()["recording"]["file"], "");
     runFor(500ms);
     EXPECT_EQ(shown(), armedRed);
     runFor(500ms);
@@ -60,6 +75,14 @@ TEST_F(StatusMenu, ShowsTheStatesOfListeningAndRecording) {
     runFor(1ms);
     EXPECT_TRUE(player().isRecording());
     EXPECT_EQ(shown(), armedRed);
+    const Json recording = report();
+    EXPECT_EQ(recording["state"], "recording");
+    EXPECT_EQ(recording["recording"]["file"], shell.file->string());
+    EXPECT_EQ(recording["instrument"], (Json{{"name", "DLSMusicDevice"}, {"microtones", "yes"}}));
+    EXPECT_EQ(recording["midi"]["input"], "Zelvane");
+    EXPECT_EQ(recording["output"]["device"], "still");
+    EXPECT_EQ(recording["output"]["sampleRate"], 48000);
+    EXPECT_EQ(recording["latency"]["messageDelay"].get<float>(), 0.003F);
     runFor(600ms);
     EXPECT_EQ(shown(), armedRed) << "a recording that runs is steady";
     application.startStopRecording();
@@ -147,6 +170,23 @@ TEST_F(StatusMenu, ListensAnewAfterThePreferencesWereAccepted) {
     application.preferencesDialog();
     EXPECT_EQ(shown(), kRunning);
     EXPECT_NE(player().listeningPort(), port) << "bound anew, here to any that is free";
+}
+
+void addKeys(const Json& value, const std::string& path, std::set<std::string>& keys) {
+    if (!value.is_object()) {
+        keys.insert(path);
+        return;
+    }
+    for (const auto& [key, inner] : value.items()) addKeys(inner, path.empty() ? key : path + "." + key, keys);
+}
+
+TEST_F(StatusMenu, TheReportHasTheKeysThatAreDocumented) {
+    std::set<std::string> keys, documented;
+    addKeys(report(), "", keys);
+    for (const auto& row : markdownTable(ZELVANE_SOURCES "/README.md", "| Key | Meaning |")) {
+        for (const auto& key : codeOf(row[0])) documented.insert(key);
+    }
+    EXPECT_EQ(documented, keys);
 }
 
 }  // namespace
