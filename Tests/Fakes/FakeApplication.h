@@ -38,7 +38,7 @@ class FakeApplication final : public Application {
     std::vector<std::string> progress;         ///< main thread
     std::uint32_t lastProgress = 0;            ///< main thread
     std::weak_ptr<AVAudioUnit> firstUnit;      ///< main thread
-    std::thread::id viewsThread;               ///< that brought them
+    std::thread::id viewsThread;               ///< that brought the editors
 
   private:
     RunLoop& _mainRunLoop;

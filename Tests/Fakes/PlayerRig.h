@@ -60,10 +60,6 @@ class PlayerRig {
                                          [work = std::move(work)](Timer&) { work(); }));
     }
 
-    std::int64_t frameOf(Duration date) const {
-        return std::llround(std::chrono::duration<double>(date).count() * _sampleRate);
-    }
-
     PrivateDataFolder data;
     DrivenClock clock;
     RunLoop loop{clock};

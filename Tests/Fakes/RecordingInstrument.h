@@ -68,10 +68,7 @@ class RecordingInstrument final : public Instrument {
     };
     std::map<AudioUnitPropertyID, Stored> stored;
 
-    OSStatus prepare(double rate, std::uint32_t) override {
-        sampleRate = rate;
-        return kNoError;
-    }
+    OSStatus prepare(double, std::uint32_t) override { return kNoError; }
     void silence() noexcept override { ++silenced; }
     std::span<const UnitParameter> parameters() const override { return _parameters; }
     std::span<const UnitProperty> properties() const override { return _properties; }
@@ -98,7 +95,6 @@ class RecordingInstrument final : public Instrument {
     std::atomic<int> silenced{0};
     std::atomic<std::uint32_t> reverb{0};
     std::atomic<float> emits{0};  ///< a constant on the right channel
-    double sampleRate = 0;
 
   private:
     void addStored(AudioUnitPropertyID id, std::uint32_t size) {
