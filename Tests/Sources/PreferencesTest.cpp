@@ -149,24 +149,29 @@ TEST_F(PreferencesDialog, OpensAtLoginAsCheckedWhateverWasBefore) {
     using enum LoginItem::Status;
     const std::string broken = "[Desktop Entry]\nExec=/nowhere/zelvane\n", off = "[Desktop Entry]\nHidden=true\n";
     std::filesystem::create_directories(folder.path / "config/autostart");
-    const std::tuple<std::string, LoginItem::Status, bool, LoginItem::Status> cases[] = {
-        {"", kNotRegistered, true, kEnabled},
-        {"", kEnabled, false, kEnabled},
-        {"", kEnabled, true, kNotRegistered},
-        {broken, kNotFound, true, kEnabled},
-        {off, kRequiresApproval, true, kEnabled}};
-    for (const auto& [entry, before, isClicked, after] : cases) {
-        if (!entry.empty()) folder.write("config/autostart/org.zelvane.Zelvane.desktop", entry);
-        ASSERT_EQ(loginItem.status(), before);
+    struct Case {
+        std::string entry;
+        LoginItem::Status before;
+        bool isClicked;
+        LoginItem::Status after;
+    };
+    const Case cases[] = {{"", kNotRegistered, true, kEnabled},
+                          {"", kEnabled, false, kEnabled},
+                          {"", kEnabled, true, kNotRegistered},
+                          {broken, kNotFound, true, kEnabled},
+                          {off, kRequiresApproval, true, kEnabled}};
+    for (const Case& each : cases) {
+        if (!each.entry.empty()) folder.write("config/autostart/org.zelvane.Zelvane.desktop", each.entry);
+        ASSERT_EQ(loginItem.status(), each.before);
         open();
-        EXPECT_EQ(widget<QCheckBox>("loginCheckButton").isChecked(), before == kEnabled);
+        EXPECT_EQ(widget<QCheckBox>("loginCheckButton").isChecked(), each.before == kEnabled);
         EXPECT_EQ(run([&] {
-                      if (isClicked) click("loginCheckButton");
-                      EXPECT_EQ(loginItem.status(), before) << "it waits for OK";
+                      if (each.isClicked) click("loginCheckButton");
+                      EXPECT_EQ(loginItem.status(), each.before) << "it waits for OK";
                       click("okButton");
                   }),
                   1);
-        EXPECT_EQ(loginItem.status(), after);
+        EXPECT_EQ(loginItem.status(), each.after);
     }
 }
 
