@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/LoopbackSocket.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 
 #include <sys/types.h>
@@ -16,9 +17,6 @@ namespace zelvane {
 class FluidSynthProgram {
   public:
     explicit FluidSynthProgram(const std::filesystem::path& font);
-    ~FluidSynthProgram();
-    FluidSynthProgram(const FluidSynthProgram&) = delete;
-    FluidSynthProgram& operator=(const FluidSynthProgram&) = delete;
 
     /// Sends one line at once.
     void send(const std::string& line) const;
@@ -34,7 +32,7 @@ class FluidSynthProgram {
     const std::string _outputFile;
     const std::uint16_t _port;
     ChildProcess _process;
-    int _socket = -1;
+    LoopbackSocket _shell{SOCK_STREAM};
 };
 
 }  // namespace zelvane

@@ -4,7 +4,7 @@
 namespace zelvane {
 
 PlayerProgram::PlayerProgram(const std::vector<std::string>& options)
-    : _port(UdpEar().port()),
+    : _port(LoopbackSocket().port()),
       _outputFile(_home.path / "output"),
       _started(Clock::monotonic().now()),
       _process(command(options), environment(), _outputFile) {}

@@ -28,7 +28,7 @@ class PlayerProgram {
     std::vector<std::string> command(const std::vector<std::string>& options) const;
     ChildProcess::Environment environment() const;
 
-    const UdpEar _client;
+    const LoopbackSocket _client;
     const std::uint16_t _port;
     TemporaryFolder _home;
     const std::string _outputFile;

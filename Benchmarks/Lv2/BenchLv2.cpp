@@ -16,6 +16,7 @@
 #include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/JackMIDIPeer.h"
 #include "Tests/Fakes/JackServer.h"
+#include "Tests/Fakes/OneOf.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 
 #include <fcntl.h>
@@ -204,11 +205,8 @@ class Provider : public AudioComponentProvider {
 /// Ten units in this process, as the player has them.
 struct OurUnits {
     OurUnits() {
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
-        backEnds.push_back(std::make_unique<JackBackEnd>());
-        std::vector<std::unique_ptr<AudioComponentProvider>> providers;
-        providers.push_back(std::make_unique<Provider>());
-        platform = std::make_unique<AudioPlatform>(std::move(backEnds), std::move(providers));
+        platform = std::make_unique<AudioPlatform>(oneOf<AudioDeviceBackEnd>(std::make_unique<JackBackEnd>()),
+                                                   oneOf<AudioComponentProvider>(std::make_unique<Provider>()));
         engine = std::make_unique<AVAudioEngine>(platform->graph, platform->controller, platform->hardware);
         for (int i = 0; i < kUnits; ++i) addUnit();
         Error error;

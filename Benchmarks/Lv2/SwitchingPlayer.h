@@ -7,6 +7,7 @@
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 #include "Tests/Fakes/FakeApplication.h"
 #include "Tests/Fakes/ListedLv2Instruments.h"
+#include "Tests/Fakes/OneOf.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 
 #include <memory>
@@ -23,11 +24,9 @@ class SwitchingPlayer {
     explicit SwitchingPlayer(std::vector<Lv2Entry> entries) {
         setenv("XDG_DATA_HOME", _folder.path.c_str(), 1);
         _mainLoop.attachToCurrentThread();
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
-        backEnds.push_back(std::make_unique<NullBackEnd>());
-        std::vector<std::unique_ptr<AudioComponentProvider>> providers;
-        providers.push_back(std::make_unique<ListedLv2Instruments>(std::move(entries)));
-        _platform = std::make_unique<AudioPlatform>(std::move(backEnds), std::move(providers));
+        _platform = std::make_unique<AudioPlatform>(
+            oneOf<AudioDeviceBackEnd>(std::make_unique<NullBackEnd>()),
+            oneOf<AudioComponentProvider>(std::make_unique<ListedLv2Instruments>(std::move(entries))));
         engine = std::make_unique<AudioEngine>(_playerLoop, *_platform, _application, _defaults);
     }
     ~SwitchingPlayer() {

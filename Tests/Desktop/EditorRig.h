@@ -15,7 +15,7 @@
 
 namespace zelvane {
 
-/// An instrument with the parameters that a test gives it, and factory presets that set the first of them.
+/// An instrument with the parameters that a test gives it.
 class ListedInstrument final : public Instrument {
   public:
     explicit ListedInstrument(std::vector<UnitParameter> parameters) : _parameters(std::move(parameters)) {}

@@ -13,6 +13,7 @@
 #include "Tests/Fakes/PrivateDataFolder.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 #include "Tests/Fakes/TinySoundFont.h"
+#include "Tests/Fakes/UnitAccess.h"
 
 #include <gmock/gmock.h>
 
@@ -71,11 +72,7 @@ class Generated : public testing::Test {
     static void hear(void* self, void*, const AudioUnitParameter& parameter, float value) {
         static_cast<Generated*>(self)->heard.emplace_back(parameter.mParameterID, value);
     }
-    float value(AudioUnitParameterID id) {
-        float value = 0;
-        AudioUnitGetParameter(node->audioUnit(), id, 0, 0, &value);
-        return value;
-    }
+    float value(AudioUnitParameterID id) { return parameterOf(node->audioUnit(), id); }
     void set(AudioUnitParameterID id, float value) { AudioUnitSetParameter(node->audioUnit(), id, 0, 0, value, 0); }
 
     std::shared_ptr<AVAudioUnit> node = makeNode(std::make_unique<ListedInstrument>(kFour));
@@ -234,10 +231,7 @@ TEST_F(SoundFont, QualityPolyphonyAndEffectsAreSet) {
     QTest::keyClick(&polyphony, Qt::Key_End);
     EXPECT_EQ(property<std::int32_t>(kSoundFontProperty_Polyphony), 512);
     part<QCheckBox>(*editor, "switch-reverb-on").click();
-    float isOn = 0;
-    AudioUnitGetParameter(node->audioUnit(), static_cast<AudioUnitParameterID>(SoundFontParameter::reverbOn), 0, 0,
-                          &isOn);
-    EXPECT_EQ(isOn, 1);
+    EXPECT_EQ(parameterOf(node->audioUnit(), static_cast<AudioUnitParameterID>(SoundFontParameter::reverbOn)), 1);
 }
 
 TEST(EditorProvider, MakesTheEditorWhenItIsFirstSeenAndEndsItBeforeItsUnit) {

@@ -8,6 +8,7 @@
 #include "Tests/Desktop/EditorRig.h"
 #include "Tests/Desktop/Lv2ProbeEditor/ProbeEditor.h"
 #include "Tests/Fakes/LogLines.h"
+#include "Tests/Fakes/UnitAccess.h"
 #include "Tests/Fakes/XServer.h"
 
 #include <dlfcn.h>
@@ -143,11 +144,7 @@ class NativeEditors : public testing::Test {
         wish("");
     }
     static void wish(const char* what) { setenv("PROBE_EDITOR", what, 1); }
-    static float gain(EditorInWindow& shown) {
-        float value = 0;
-        AudioUnitGetParameter(shown.node->audioUnit(), kGain, 0, 0, &value);
-        return value;
-    }
+    static float gain(EditorInWindow& shown) { return parameterOf(shown.node->audioUnit(), kGain); }
 
     LogLines log;
 };
@@ -167,20 +164,16 @@ TEST_F(NativeEditors, OpenInOurWindowWithTheirOwnSizeAndKnowAllControls) {
     EXPECT_TRUE(eventually([&] { return shown.size() == QSize(400, 300); }));
 }
 
-TEST_F(NativeEditors, AreFollowedWhenTheyNeverSayTheirSize) {
-    wish("still");
-    EditorInWindow shown(makeProbe());
-    EXPECT_TRUE(eventually([&] { return shown.size() == QSize(240, 160); }));
-    editor()->resize(300, 100);
-    EXPECT_TRUE(eventually([&] { return shown.size() == QSize(300, 100); }));
-}
-
-TEST_F(NativeEditors, AreNotCutOffWhenTheyCountInPixelsOfTheirToolkit) {
-    wish("toolkit");
-    EditorInWindow shown(makeProbe());
-    EXPECT_TRUE(eventually([&] { return shown.size() == QSize(320, 200); }));
-    editor()->resize(400, 300);
-    EXPECT_TRUE(eventually([&] { return shown.size() == QSize(400, 300); }));
+// Some never say it, and some count in pixels of their toolkit.
+TEST_F(NativeEditors, HaveTheSizeThatTheyTakeHoweverTheyTellIt) {
+    for (const auto& [kind, first, second] : {std::tuple("still", QSize(240, 160), QSize(300, 100)),
+                                              std::tuple("toolkit", QSize(320, 200), QSize(400, 300))}) {
+        wish(kind);
+        EditorInWindow shown(makeProbe());
+        EXPECT_TRUE(eventually([&, size = first] { return shown.size() == size; })) << kind;
+        editor()->resize(second.width(), second.height());
+        EXPECT_TRUE(eventually([&, size = second] { return shown.size() == size; })) << kind;
+    }
 }
 
 TEST_F(NativeEditors, EditAsUsersDoAndShowWhatChangesElsewhere) {
@@ -215,12 +208,7 @@ TEST_F(NativeEditors, SetPropertiesThatOthersHearOfAlsoWhenThePlugInChangesThemI
         ++*static_cast<std::atomic<int>*>(count);
     };
     ASSERT_EQ(AudioUnitAddPropertyListener(shown.node->audioUnit(), kLevel, tell, &timesTold), kNoError);
-    const auto level = [&] {
-        float value = 0;
-        std::uint32_t size = sizeof value;
-        AudioUnitGetProperty(shown.node->audioUnit(), kLevel, 0, 0, &value, &size);
-        return value;
-    };
+    const auto level = [&] { return propertyOf<float>(shown.node->audioUnit(), kLevel); };
     editor()->writeLevel(0.75F);
     EXPECT_EQ(timesTold, 1);
     EXPECT_EQ(level(), 0.75F);

@@ -53,37 +53,25 @@ TEST_F(ScanWindow, ShowsEveryTenThousandthPropertyAlone) {
     EXPECT_EQ(text("estimatedRemaining"), "Time remaining 119:18:15");
 }
 
-TEST_F(ScanWindow, EstimatesFromTheTimeSinceItWasShown) {
-    clock.advance(1h);
-    controller.showScanProgress("zither");
-    increment(42'950'000, 10s);
-    EXPECT_EQ(text("currentPercentage"), "Percentage done 1.000008%");
-    EXPECT_EQ(text("estimatedRemaining"), "Time remaining 00:16:29");
-    EXPECT_EQ(progress(), 1);
-    increment(4'294'960'000, 10s);
-    EXPECT_EQ(text("currentPercentage"), "Percentage done 99.999830%");
-    EXPECT_EQ(text("estimatedRemaining"), "Time remaining 00:00:00");
-    EXPECT_EQ(progress(), 99);
-    increment(0, 1s);
-    EXPECT_EQ(text("currentPercentage"), "Percentage done 0.000000%");
-    EXPECT_EQ(text("estimatedRemaining"), "Time remaining 00:00:00") << "there is nothing to estimate from";
-    EXPECT_EQ(progress(), 0);
-}
-
-TEST_F(ScanWindow, StaysWithinItsNumbersWhateverTheClockSays) {
-    increment(10'000, 24h);
-    EXPECT_EQ(text("estimatedRemaining"), "Time remaining 1193046:28:15");
-    clock.advance(-48h);
-    increment(20'000, 0s);
-    EXPECT_EQ(text("estimatedRemaining"), "Time remaining 00:00:00");
-}
-
-TEST_F(ScanWindow, WritesItsNumbersTheSameInAllLanguages) {
+// In the same numbers in all languages.
+TEST_F(ScanWindow, TellsWhatIsDoneAndEstimatesFromTheTimeSinceItWasShown) {
     const CommaLocale comma;
     QLocale::setDefault(QLocale(QLocale::German));
-    increment(2'000'000'000, 10'000s);
-    EXPECT_EQ(text("currentPercentage"), "Percentage done 46.566129%");
-    EXPECT_EQ(text("estimatedRemaining"), "Time remaining 03:11:14");
+    const std::tuple<Duration, std::uint32_t, std::string, std::string> table[] = {
+        {10s, 42'950'000, "1.000008%", "00:16:29"},
+        {10s, 4'294'960'000, "99.999830%", "00:00:00"},
+        {1s, 0, "0.000000%", "00:00:00"},  // nothing to estimate from
+        {10'000s, 2'000'000'000, "46.566129%", "03:11:14"},
+        {24h, 10'000, "0.000233%", "1193046:28:15"},
+        {-24h, 20'000, "0.000466%", "00:00:00"}};
+    for (const auto& [elapsed, propertyID, percentage, remaining] : table) {
+        clock.advance(1h);
+        controller.showScanProgress("zither");
+        increment(propertyID, elapsed);
+        EXPECT_EQ(text("currentPercentage"), "Percentage done " + percentage);
+        EXPECT_EQ(text("estimatedRemaining"), "Time remaining " + remaining);
+        EXPECT_EQ(progress(), std::stoi(percentage));
+    }
     QLocale::setDefault(QLocale::c());
 }
 

@@ -29,7 +29,7 @@ class PlayedByExample {
     }
 
   private:
-    const std::uint16_t _outPort = UdpEar().port();  // the example's own
+    const std::uint16_t _outPort = LoopbackSocket().port();  // the example's own
     RunningPlayer _player;
     std::unique_ptr<ChildProcess> _example;
 };

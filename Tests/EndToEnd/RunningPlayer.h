@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "Platform/OSC/OSCMessage.h"
 #include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/LoopbackSocket.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 
 #include <cstdint>
@@ -13,25 +13,6 @@
 #include <vector>
 
 namespace zelvane {
-
-/// A UDP port of the loopback address that is free, or bound and listened to.
-class UdpEar {
-  public:
-    /// Port 0: the system chooses.
-    explicit UdpEar(std::uint16_t port = 0);
-    ~UdpEar();
-    UdpEar(const UdpEar&) = delete;
-    UdpEar& operator=(const UdpEar&) = delete;
-
-    std::uint16_t port() const { return _port; }
-    /// The address of the next OSC message, or nothing when none comes for so many seconds.
-    std::string nextAddress(double seconds) const;
-    void send(const OSCMessage& message, std::uint16_t port) const;
-
-  private:
-    int _socket;
-    std::uint16_t _port = 0;
-};
 
 /// The real program, in a home of its own whose General MIDI font sounds like a tuning fork.
 class RunningPlayer {
@@ -60,7 +41,7 @@ class RunningPlayer {
     int wait() { return _process->wait(); }
     void signal(int number) const { _process->signal(number); }
 
-    const UdpEar client;  ///< on the player's `outPort`
+    const LoopbackSocket client;  ///< on the player's `outPort`
     std::uint16_t port;
 
   private:

@@ -23,7 +23,7 @@ class Session : public testing::Test {
     Session() {
         std::filesystem::create_directories(home.path / "data" / "soundfonts");
         writeTinySoundFont(home.path / "data" / "soundfonts" / "default-GM.sf2");
-        writeSettings(home.path / "config" / "Zelvane", UdpEar().port());
+        writeSettings(home.path / "config" / "Zelvane", LoopbackSocket().port());
         usersSettings = TemporaryFolder::read(home.path / "config" / "Zelvane" / "Zelvane.plist");
     }
 
@@ -35,10 +35,9 @@ class Session : public testing::Test {
 
     /// Starts the program as a manager would.
     std::unique_ptr<ChildProcess> start(const std::string& url, const std::string& output,
-                                        const std::vector<std::string>& options = {"--device", "null"}) const {
-        std::vector<std::string> command{"sh", "-c", R"(exec "$0" "$@" 2>&1)", ZELVANE_PROGRAM, "--headless"};
-        command.insert(command.end(), options.begin(), options.end());
-        return std::make_unique<ChildProcess>(command,
+                                        const std::vector<std::string>& options = {"--headless", "--device",
+                                                                                   "null"}) const {
+        return std::make_unique<ChildProcess>(withErrors(ZELVANE_PROGRAM, options),
                                               ChildProcess::Environment{{"HOME", home.path},
                                                                         {"NSM_URL", url},
                                                                         {"LV2_PATH", home.path},
@@ -67,11 +66,11 @@ class Session : public testing::Test {
 };
 
 TEST_F(Session, KeepsTheSettingsOfThePlayerInIt) {
-    const std::uint16_t port = UdpEar().port();
+    const std::uint16_t port = LoopbackSocket().port();
     const auto folder = home.path / "song" / "Zelvane.nABC";
     writeSettings(folder, port);
     const std::string scale = home.write("fifth.scl", "fifth.scl\n!\nfifth\n 1\n!\n3/2\n");
-    const UdpEar client;
+    const LoopbackSocket client;
     for (const std::string output : {"first", "again"}) {
         auto player = start(manager.url(), output);
         ASSERT_EQ(open(manager, "Zelvane.nABC"), reply("/nsm/client/open")) << outputOf(output);
@@ -96,7 +95,7 @@ TEST_F(Session, HoldsSeveralPlayersButEachOnce) {
     std::vector<std::unique_ptr<ChildProcess>> players;
     std::array<SessionManager, 2> managers;
     for (const std::string id : {"Zelvane.nA", "Zelvane.nB"}) {
-        writeSettings(home.path / "song" / id, UdpEar().port());
+        writeSettings(home.path / "song" / id, LoopbackSocket().port());
         players.push_back(start(managers[players.size()].url(), id));
         EXPECT_EQ(open(managers[players.size() - 1], id), reply("/nsm/client/open")) << outputOf(id);
     }
@@ -119,10 +118,10 @@ TEST_F(Session, NamesThePlayersClientsAndKeepsTheirWires) {
     const auto shows = [&](const std::string& text) {
         return waitFor([&] { return ports().find(text) != std::string::npos; });
     };
-    const std::string port = "port=" + std::to_string(UdpEar().port());
+    const std::string port = "port=" + std::to_string(LoopbackSocket().port());
     for (const std::string output : {"new", "again"}) {
-        auto player =
-            start(manager.url(), output, {"--set", port, "--set", "midiBackend=jack", "--device", "JACK: system"});
+        auto player = start(manager.url(), output,
+                            {"--headless", "--set", port, "--set", "midiBackend=jack", "--device", "JACK: system"});
         ASSERT_EQ(open(manager, "Zelvane.nABC"), reply("/nsm/client/open")) << outputOf(output);
         EXPECT_TRUE(shows("\nZelvane.nABC/MIDI:Zelvane\n")) << ports();
         EXPECT_TRUE(shows("\nZelvane.nABC:out_left\n")) << ports();
@@ -153,9 +152,9 @@ TEST_F(Session, IsLeftWhereTheManagerRefuses) {
 }
 
 TEST_F(Session, IsDoneWithoutWhereThereIsNoManager) {
-    const std::uint16_t port = UdpEar().port();
+    const std::uint16_t port = LoopbackSocket().port();
     writeSettings(home.path / "config" / "Zelvane", port);
-    auto player = start("osc.udp://localhost:" + std::to_string(UdpEar().port()) + "/", "alone");
+    auto player = start("osc.udp://localhost:" + std::to_string(LoopbackSocket().port()) + "/", "alone");
     EXPECT_TRUE(listens("alone", port)) << outputOf("alone");
     EXPECT_THAT(outputOf("alone"), HasSubstr("does not answer, so it runs without one"));
     player->signal(SIGTERM);

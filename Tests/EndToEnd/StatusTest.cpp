@@ -23,9 +23,12 @@ TEST(Status, IsAskedOfTheRunningPlayerWhileThereIsOne) {
     EXPECT_THAT(text, AllOf(StartsWith("version"), HasSubstr("\nstate               listening\n"),
                             HasSubstr("\nOSC                 127.0.0.1:" + std::to_string(player.port) + "\n"),
                             HasSubstr("\noutput              null, 48000 Hz"), HasSubstr("\nnotes               0\n")));
+    player.send({"/om/nothing", {}});
+    EXPECT_TRUE(waitFor([&] { return player.output().find("/om/nothing") != std::string::npos; }));
     const auto [jsonStatus, json] = player.startAgain({"--status", "--json"});
     EXPECT_EQ(jsonStatus, 0);
     EXPECT_EQ(Json::parse(json)["osc"]["replyPort"], player.client.port());
+    EXPECT_EQ(Json::parse(json)["counts"]["refusedMessages"], 1);
     player.signal(SIGSTOP);
     EXPECT_EQ(player.startAgain({"--status"}),
               std::pair(1, std::string("zelvane: the player runs, but has not answered within 5 seconds.\n")));

@@ -6,6 +6,7 @@
 #include "Tests/Fakes/DrivenClock.h"
 #include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/MemoryMIDI.h"
+#include "Tests/Fakes/OneOf.h"
 #include "Tests/Fakes/PrivateDataFolder.h"
 #include "Tests/Fakes/RecordingInstrument.h"
 #include "Tests/Fakes/StillDevice.h"
@@ -52,22 +53,7 @@ struct ApplicationRig {
     ApplicationRig() { loop.attachToCurrentThread(); }
 
     /// Lets the main thread's time pass.
-    void runFor(Duration span) {
-        const TimePoint limit = clock.now() + span;
-        while (loop.runOnce(limit)) {
-        }
-    }
-
-    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> devices() {
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> all;
-        all.push_back(std::make_unique<StillBackEnd>());
-        return all;
-    }
-    static std::vector<std::unique_ptr<AudioComponentProvider>> instruments() {
-        std::vector<std::unique_ptr<AudioComponentProvider>> all;
-        all.push_back(std::make_unique<RecordingProvider>(std::vector<std::string>{"DLSMusicDevice", "zither"}));
-        return all;
-    }
+    void runFor(Duration span) { runUntil(loop, clock.now() + span); }
 
     LogLines log;
     PrivateDataFolder data;
@@ -77,7 +63,9 @@ struct ApplicationRig {
     UserDefaults defaults{folder.path / "defaults.plist"};
     MemoryMIDI midi{loop};
     FakeShell shell;
-    AudioPlatform platform{devices(), instruments()};
+    AudioPlatform platform{oneOf<AudioDeviceBackEnd>(std::make_unique<StillBackEnd>()),
+                           oneOf<AudioComponentProvider>(std::make_unique<RecordingProvider>(
+                               std::vector<std::string>{"DLSMusicDevice", "zither"}))};
     AppDelegate application{loop, platform, defaults, shell};
 };
 

@@ -81,6 +81,12 @@ bool ChildProcess::run(const std::vector<std::string>& command, const Environmen
     return ChildProcess(command, environment, outputFile).wait() == 0;
 }
 
+std::vector<std::string> withErrors(const std::string& program, const std::vector<std::string>& options) {
+    std::vector<std::string> command{"sh", "-c", R"(exec "$0" "$@" 2>&1)", program};
+    command.insert(command.end(), options.begin(), options.end());
+    return command;
+}
+
 bool waitFor(const std::function<bool()>& condition, double seconds) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
     while (!condition()) {

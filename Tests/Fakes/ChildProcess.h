@@ -38,6 +38,9 @@ class ChildProcess {
     pid_t _process = -1;
 };
 
+/// The command that runs a program so that its errors go where its output goes.
+std::vector<std::string> withErrors(const std::string& program, const std::vector<std::string>& options);
+
 /// Looks every few milliseconds whether the condition holds, for at most that long; unless told, for much longer than
 /// it can take on a machine that is held up.
 bool waitFor(const std::function<bool()>& condition, double seconds = 30);

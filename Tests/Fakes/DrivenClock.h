@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Foundation/Clock.h"
+#include "Platform/Foundation/RunLoop.h"
 
 #include <atomic>
 
@@ -37,5 +38,11 @@ class DrivenClock final : public Clock {
 
     std::atomic<Duration::rep> _now{kStart.time_since_epoch().count()};
 };
+
+/// Runs what falls due up to a date, as if the thread slept in between.
+inline void runUntil(RunLoop& loop, TimePoint date) {
+    while (loop.runOnce(date)) {
+    }
+}
 
 }  // namespace zelvane

@@ -30,11 +30,7 @@ struct EngineRig {
         return const_cast<RecordingInstrument&>(dynamic_cast<const RecordingInstrument&>(unit->instrument()));
     }
 
-    /// Runs what is due, and lets no time pass.
-    void runDue() {
-        while (rig.loop.runOnce(rig.clock.now())) {
-        }
-    }
+    void runDue() { rig.runDue(); }
 
     /// What the units got besides their tunings, as (unit, status, data 1, data 2).
     std::vector<std::array<int, 4>> played() {

@@ -19,12 +19,11 @@ class FakeApplication final : public Application {
     void showScanProgress(const std::string& instrument) override { progress.push_back("show " + instrument); }
     void incrementScanProgress(std::uint32_t propertyID) override { lastProgress = propertyID; }
     void hideScanProgress() override { progress.emplace_back("hide"); }
-    void clearAUViews() override { views.clear(); }
-    void embedAUView(const std::shared_ptr<View>& view) override { views.push_back(view); }
-    void auViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode, const std::shared_ptr<View>& view) override {
+    void clearAUViews() override {}
+    void embedAUView(const std::shared_ptr<View>&) override {}
+    void auViewDidChange(const std::shared_ptr<AVAudioUnit>& synthNode, const std::shared_ptr<View>&) override {
         viewsThread = std::this_thread::get_id();
         firstUnit = synthNode;
-        views.push_back(view);
     }
     void recordingDidFinish(const RecordingSummary& recording) override { recordings.push_back(recording); }
     void presentError(const Error& error) override { errors.push_back(error); }
@@ -38,9 +37,8 @@ class FakeApplication final : public Application {
     int statusChanges = 0;                     ///< main thread
     std::vector<std::string> progress;         ///< main thread
     std::uint32_t lastProgress = 0;            ///< main thread
-    std::vector<std::shared_ptr<View>> views;  ///< main thread; in the order in which they came, the first unit's last
     std::weak_ptr<AVAudioUnit> firstUnit;      ///< main thread
-    std::thread::id viewsThread;               ///< that brought them
+    std::thread::id viewsThread;               ///< that brought the editors
 
   private:
     RunLoop& _mainRunLoop;

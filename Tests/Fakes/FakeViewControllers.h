@@ -16,9 +16,7 @@ class FakeView final : public View {
     void setHidden(bool isHidden) override { _isHidden = isHidden; }
     int width() const override { return _width; }
     int height() const override { return _height; }
-    void setNeedsDisplay() override { ++timesToDraw; }
-
-    int timesToDraw = 0;
+    void setNeedsDisplay() override {}
 
   private:
     const int _width, _height;

@@ -4,10 +4,10 @@
 #include "PYMIDI/PYMIDIManager.h"
 #include "Platform/MIDI/MIDIService.h"
 #include "Platform/MIDI/Memory/MemoryMIDIBackEnd.h"
+#include "Tests/Fakes/OneOf.h"
 #include "Tests/Fakes/TemporaryFolder.h"
 
 #include <memory>
-#include <vector>
 
 namespace zelvane {
 
@@ -21,10 +21,10 @@ class MemoryMIDI {
     void restart() {
         PYMIDIManager::releaseSharedInstance();
         _service.reset();
-        std::vector<std::unique_ptr<MIDIBackEnd>> backEnds;
-        backEnds.push_back(std::make_unique<MemoryMIDIBackEnd>());
-        backEnd = static_cast<MemoryMIDIBackEnd*>(backEnds.back().get());
-        _service = std::make_unique<MIDIService>(std::move(backEnds), _runLoop, _folder.path / "ids.plist");
+        auto only = std::make_unique<MemoryMIDIBackEnd>();
+        backEnd = only.get();
+        _service =
+            std::make_unique<MIDIService>(oneOf<MIDIBackEnd>(std::move(only)), _runLoop, _folder.path / "ids.plist");
     }
 
     PYMIDIManager& manager() { return *PYMIDIManager::sharedInstance(); }

@@ -5,6 +5,7 @@
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 #include "Tests/Fakes/DrivenClock.h"
 #include "Tests/Fakes/FakeApplication.h"
+#include "Tests/Fakes/OneOf.h"
 #include "Tests/Fakes/PrivateDataFolder.h"
 #include "Tests/Fakes/RecordingInstrument.h"
 #include "Tests/Fakes/StillDevice.h"
@@ -24,7 +25,10 @@ class PlayerRig {
                        std::uint32_t period = 256)
         : _sampleRate(sampleRate),
           _period(period),
-          platform(backEnds(sampleRate, period), providers(std::move(provider))) {
+          platform(
+              oneOf<AudioDeviceBackEnd>(std::make_unique<StillBackEnd>(
+                  std::vector<std::string>{"still", "Another", "anon"}, AudioDeviceFormat{sampleRate, 2, period, 24})),
+              oneOf(std::move(provider))) {
         loop.attachToCurrentThread();
     }
 
@@ -34,10 +38,12 @@ class PlayerRig {
         while (blockTime(_frame) < DrivenClock::kStart + date) renderBlock();
     }
 
+    /// Runs what is due, and lets no time pass.
+    void runDue() { runUntil(loop, clock.now()); }
+
     void renderBlock() {
         const TimePoint start = blockTime(_frame);
-        while (loop.runOnce(start)) {
-        }
+        runUntil(loop, start);
         std::array<float*, 2> outputs{left.data(), right.data()};
         platform.graph.render({.start = start,
                                .startIsExact = true,
@@ -54,10 +60,6 @@ class PlayerRig {
                                          [work = std::move(work)](Timer&) { work(); }));
     }
 
-    std::int64_t frameOf(Duration date) const {
-        return std::llround(std::chrono::duration<double>(date).count() * _sampleRate);
-    }
-
     PrivateDataFolder data;
     DrivenClock clock;
     RunLoop loop{clock};
@@ -65,20 +67,6 @@ class PlayerRig {
     std::array<float, 8192> left{}, right{};
 
   private:
-    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds(double sampleRate, std::uint32_t period) {
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> all;
-        all.push_back(std::make_unique<StillBackEnd>(std::vector<std::string>{"still", "Another", "anon"},
-                                                     AudioDeviceFormat{sampleRate, 2, period, 24}));
-        return all;
-    }
-
-    static std::vector<std::unique_ptr<AudioComponentProvider>> providers(
-        std::unique_ptr<AudioComponentProvider> provider) {
-        std::vector<std::unique_ptr<AudioComponentProvider>> all;
-        all.push_back(std::move(provider));
-        return all;
-    }
-
     TimePoint blockTime(std::int64_t frame) const {
         return DrivenClock::kStart + Duration(std::llround(static_cast<double>(frame) / _sampleRate * 1e9));
     }

@@ -68,14 +68,10 @@ class RecordingInstrument final : public Instrument {
     };
     std::map<AudioUnitPropertyID, Stored> stored;
 
-    OSStatus prepare(double rate, std::uint32_t) override {
-        sampleRate = rate;
-        return rate > refusedAbove ? kAudioUnitErr_FailedInitialization : kNoError;
-    }
+    OSStatus prepare(double, std::uint32_t) override { return kNoError; }
     void silence() noexcept override { ++silenced; }
     std::span<const UnitParameter> parameters() const override { return _parameters; }
     std::span<const UnitProperty> properties() const override { return _properties; }
-    std::optional<PropertyList::Dictionary> configurationInfo() const override { return configuration; }
     void setParameter(std::size_t, float value) noexcept override { _gain = value; }
     std::optional<float> parameterValue(std::size_t) const noexcept override { return _gain; }
     /// Changes the parameter as restored settings would.
@@ -99,9 +95,6 @@ class RecordingInstrument final : public Instrument {
     std::atomic<int> silenced{0};
     std::atomic<std::uint32_t> reverb{0};
     std::atomic<float> emits{0};  ///< a constant on the right channel
-    double sampleRate = 0;
-    double refusedAbove = 1e9;
-    std::optional<PropertyList::Dictionary> configuration;
 
   private:
     void addStored(AudioUnitPropertyID id, std::uint32_t size) {
@@ -180,7 +173,6 @@ class RecordingProvider final : public AudioComponentProvider {
             return nullptr;
         }
         auto instrument = std::make_unique<RecordingInstrument>();
-        instrument->configuration = configuration;
         made.push_back(instrument.get());
         return instrument;
     }
@@ -189,7 +181,6 @@ class RecordingProvider final : public AudioComponentProvider {
     std::set<int> failing;                   ///< places in the list of names, from 1
     std::set<int> coarse;                    ///< likewise; they do not follow pitch bend
     std::set<int> gone;                      ///< likewise; change it only while the loader is idle
-    std::optional<PropertyList::Dictionary> configuration;
 
   private:
     const std::vector<std::string> _names;

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Foundation/Folders.h"
+#include "Tests/Fakes/ScopedEnvironment.h"
 
 #include <gmock/gmock.h>
 #include <pwd.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <map>
-#include <optional>
-#include <string>
 
 namespace zelvane {
 
@@ -18,22 +16,8 @@ using testing::ElementsAre;
 
 /// The variables that say where folders are, which a test sets and the next one finds as they were.
 class FoldersTest : public testing::Test {
-  public:
-    FoldersTest() {
-        for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"}) {
-            const char* value = std::getenv(name);
-            _original[name] = value != nullptr ? std::optional<std::string>(value) : std::nullopt;
-            unsetenv(name);
-        }
-    }
-    ~FoldersTest() override {
-        for (const auto& [name, value] : _original) {
-            value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
-        }
-    }
-
-  private:
-    std::map<std::string, std::optional<std::string>> _original;
+    const ScopedEnvironment _environment{
+        {{"HOME", {}}, {"XDG_CONFIG_HOME", {}}, {"XDG_DATA_HOME", {}}, {"XDG_DATA_DIRS", {}}}};
 };
 
 TEST_F(FoldersTest, FollowTheEnvironmentButNotItsRelativePaths) {
@@ -46,15 +30,6 @@ TEST_F(FoldersTest, FollowTheEnvironmentButNotItsRelativePaths) {
     setenv("XDG_DATA_DIRS", ":/a:relative::/b/:", 1);
     EXPECT_EQ(preferencesFolder(), "/c/Zelvane");
     EXPECT_THAT(dataFolders(), ElementsAre("/home/ada/.local/share", "/a", "/b/"));
-}
-
-TEST_F(FoldersTest, SettingsMayHaveAnotherFolder) {
-    setenv("XDG_CONFIG_HOME", "/c", 1);
-    setPreferencesFolder("/sessions/song");
-    EXPECT_EQ(preferencesFolder(), "/sessions/song");
-    EXPECT_EQ(configurationFolder(), "/c");
-    setPreferencesFolder({});
-    EXPECT_EQ(preferencesFolder(), "/c/Zelvane");
 }
 
 TEST_F(FoldersTest, WithoutAnEnvironmentTheUsersEntryCounts) {

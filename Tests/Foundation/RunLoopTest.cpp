@@ -18,7 +18,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 /// A loop on a driven clock, and a list of what ran with its event time in milliseconds after the start.
 class RunLoopTest : public testing::Test {
@@ -34,12 +33,7 @@ class RunLoopTest : public testing::Test {
         return Timer::after(interval, [this, name](Timer&) { note(name); });
     }
 
-    /// Runs what falls due within the span, as if the thread slept in between.
-    void runFor(Duration span) {
-        const TimePoint limit = clock.now() + span;
-        while (loop.runOnce(limit)) {
-        }
-    }
+    void runFor(Duration span) { runUntil(loop, clock.now() + span); }
 
     DrivenClock clock;
     RunLoop loop{clock};
@@ -234,8 +228,7 @@ TEST_F(RunLoopTest, ServesItsGuestInsteadOfWaiting) {
     EXPECT_EQ(toolkit.wakeUps, 1) << "for what is not the next";
     toolkit.event = [this] {
         loop.perform([this] { note("from the dialog"); });
-        while (loop.runOnce(clock.now())) {
-        }
+        runUntil(loop, clock.now());
     };
     EXPECT_TRUE(loop.runOnce()) << "a pass made by the guest counts";
     EXPECT_THAT(ran, ElementsAre("from the dialog@0"));

@@ -62,15 +62,6 @@ TEST(RunLoopThreadsTest, ManyPerformsFromManyThreadsAllRunInTheOrderOfEachThread
     }
 }
 
-TEST(RunLoopThreadsTest, AWaitingPerformReturnsAfterTheWorkRan) {
-    LoopThread target;
-    int count = 0;  // no lock: the wait itself has to order the two threads
-    for (int i = 0; i < 2000; ++i) {
-        ASSERT_TRUE(target.loop.perform([&] { ++count; }, Wait::yes));
-        ASSERT_EQ(count, i + 1);
-    }
-}
-
 TEST(RunLoopThreadsTest, LoopsMayWaitForEachOtherInARing) {
     LoopThread a, b, c;
     std::latch allBusy(3), allDone(3);

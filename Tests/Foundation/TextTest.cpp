@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Platform/Foundation/LocalizedString.h"
 #include "Platform/Foundation/Text.h"
 #include "Tests/Fakes/CommaLocale.h"
-#include "Tests/Fakes/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-#include <libintl.h>
 
 #include <cmath>
 #include <cstdint>
@@ -67,47 +64,6 @@ TEST(TextTest, NumbersAreTheSameInEveryLocale) {
     expectNumbers();
     const CommaLocale locale;
     expectNumbers();
-}
-
-/// A compiled catalogue of a header and one text, in the machine's byte order.
-std::string catalogue(const std::string& english, const std::string& translated) {
-    const std::string header = "Content-Type: text/plain; charset=UTF-8\n";
-    const std::string texts = std::string(1, '\0') + english + '\0' + header + '\0' + translated + '\0';
-    const auto size = [](const std::string& text) { return static_cast<std::uint32_t>(text.size()); };
-    const std::uint32_t start = 15 * 4;
-    const std::uint32_t translations = start + 1 + size(english) + 1;
-    const std::uint32_t words[15] = {0x950412de,
-                                     0,
-                                     2,
-                                     28,
-                                     44,
-                                     0,
-                                     start,
-                                     0,
-                                     start,
-                                     size(english),
-                                     start + 1,
-                                     size(header),
-                                     translations,
-                                     size(translated),
-                                     translations + size(header) + 1};
-    return std::string(reinterpret_cast<const char*>(words), sizeof words) + texts;
-}
-
-TEST(LocalizedStringTest, TranslatesAndLeavesNumbersAlone) {
-    const CommaLocale locale;
-    const TemporaryFolder folder;
-    std::filesystem::create_directories(folder.path / "de" / "LC_MESSAGES");
-    folder.write("de/LC_MESSAGES/zelvane.mo", catalogue("Start Listening", "Zuhören"));
-    setenv("LC_ALL", "de_DE.UTF-8", 1);
-    initLocalization();
-    unsetenv("LC_ALL");
-    bindtextdomain("zelvane", folder.path.c_str());
-    EXPECT_EQ(localizedString("Start Listening"), "Zuhören");
-    EXPECT_EQ(localizedString("Stop Listening"), "Stop Listening");
-    EXPECT_EQ(localizedString(""), "");
-    EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
-    EXPECT_STREQ(std::setlocale(LC_CTYPE, nullptr), "de_DE.UTF-8");
 }
 
 }  // namespace

@@ -23,22 +23,16 @@ using testing::IsEmpty;
 using Bytes = std::vector<std::uint8_t>;
 
 struct Listener final : PYMIDIReceiver {
-    void processMIDIPacketList(MIDIPacketList packets, PYMIDIEndpoint& sender) override {
+    void processMIDIPacketList(MIDIPacketList packets, PYMIDIEndpoint& /*sender*/) override {
         for (const MIDIPacket& packet : packets) heard.emplace_back(packet.data.begin(), packet.data.end());
-        lastSender = &sender;
     }
     std::vector<Bytes> heard;
-    PYMIDIEndpoint* lastSender = nullptr;
 };
 
 class PYMIDI : public testing::Test {
   protected:
     /// What a change of the set-up leads to, a moment later.
-    void settle() {
-        const TimePoint end = clock.now() + 100ms;
-        while (loop.runOnce(end)) {
-        }
-    }
+    void settle() { runUntil(loop, clock.now() + 100ms); }
 
     std::vector<std::string> names() {
         std::vector<std::string> all;
@@ -170,12 +164,9 @@ TEST_F(PYMIDI, AnArchivedEndpointIsFoundAgainByIDThenByNameOrStaysOffline) {
     ASSERT_NE(restored, nullptr);
     EXPECT_EQ(restored->displayName(), "Keys A (offline)");
     EXPECT_THAT(midi.manager().realSources(), ElementsAre(restored));
-    restored->addReceiver(listener);
-    const std::string address = midi.plugIn("Keys", "A");
+    midi.plugIn("Keys", "A");
     settle();
-    EXPECT_TRUE(midi.backEnd->play(address, {0xC0, 7}, clock.now()));
-    EXPECT_EQ(listener.lastSender, restored.get());
-    restored->removeReceiver(listener);
+    EXPECT_EQ(restored->displayName(), "Keys A");
 
     // The same name on another socket has another ID.
     const PYMIDIEndpointDescriptor byName("Keys A", 12345);

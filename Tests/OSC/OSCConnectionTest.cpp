@@ -1,19 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Platform/Foundation/Log.h"
 #include "Platform/Foundation/RunLoop.h"
 #include "Platform/OSC/OSCConnection.h"
-#include "Tests/OSC/UdpClient.h"
+#include "Tests/Fakes/BusyCore.h"
+#include "Tests/Fakes/LogLines.h"
+#include "Tests/Fakes/LoopbackSocket.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace zelvane {
@@ -88,16 +86,11 @@ class OSCConnectionTest : public testing::Test, public OSCConnectionDelegate {
         return result;
     }
 
-    std::vector<std::string> lines() {
-        const std::lock_guard lock(_linesMutex);
-        return _lines;
-    }
-
     int delivered() const { return static_cast<int>(_deliveries.size()); }
 
     int reportedLost() {
         int sum = 0;
-        for (const auto& line : lines()) {
+        for (const auto& line : _log.all()) {
             int lost = 0;
             std::sscanf(line.c_str(), "OSCConnection: [receivePacket] %d packets came faster than they could", &lost);
             sum += lost;
@@ -105,12 +98,7 @@ class OSCConnectionTest : public testing::Test, public OSCConnectionDelegate {
         return sum;
     }
 
-    std::mutex _linesMutex;
-    std::vector<std::string> _lines;
-    Log::Redirection _redirection = Log::redirect([this](std::string_view line) {
-        const std::lock_guard lock(_linesMutex);
-        _lines.emplace_back(line);
-    });
+    LogLines _log;
     RunLoop _runLoop;
     Error _error;
     std::vector<Delivery> _deliveries;
@@ -122,14 +110,14 @@ class OSCConnectionTest : public testing::Test, public OSCConnectionDelegate {
 // Read long after they came, so that only the kernel can know when that was. It begins to note the time a moment after
 // the first socket has asked for it, hence the rounds.
 TEST_F(OSCConnectionTest, DeliversWithSenderAndTheTimeOfReceipt) {
-    const UdpClient client;
+    const LoopbackSocket client;
     _connection->setContinuouslyReceivePackets(false);
     const TimePoint end = machineNow() + kPatience;
     TimePoint before, after;
     do {
         _deliveries.clear();
         before = machineNow();
-        for (int number = 1; number <= 2; ++number) client.send(_port, note(number));
+        for (int number = 1; number <= 2; ++number) client.send(note(number), _port);
         after = machineNow();
         while (machineNow() < after + 20ms) std::this_thread::yield();
         for (int number = 1; number <= 2; ++number) _connection->receivePacket();
@@ -144,10 +132,15 @@ TEST_F(OSCConnectionTest, DeliversWithSenderAndTheTimeOfReceipt) {
 }
 
 TEST_F(OSCConnectionTest, DeliversOnePacketForEachRequestUnlessContinuous) {
-    const UdpClient client;
+    const LoopbackSocket client;
     _connection->setContinuouslyReceivePackets(false);
-    client.send(_port, "no packet");
-    for (int number = 1; number <= 4; ++number) client.send(_port, note(number));
+    _connection->setDelegate(nullptr);
+    _connection->receivePacket();
+    client.send(note(0), _port);
+    ASSERT_TRUE(_runLoop.runOnce(machineNow() + kPatience)) << "nobody takes it";
+    _connection->setDelegate(this);
+    client.send("no packet", _port);
+    for (int number = 1; number <= 4; ++number) client.send(note(number), _port);
     for (int requested = 1; requested <= 2; ++requested) {
         _connection->receivePacket();
         ASSERT_TRUE(runUntilDelivered(1));
@@ -163,7 +156,7 @@ TEST_F(OSCConnectionTest, DeliversOnePacketForEachRequestUnlessContinuous) {
 
 TEST_F(OSCConnectionTest, TakesNoPortThatAnotherSocketHas) {
     for (const bool isShared : {false, true}) {
-        const UdpClient other(isShared);
+        const LoopbackSocket other(SOCK_DGRAM, isShared);
         OSCConnection second;
         Error error;
         EXPECT_FALSE(second.bindToAddress("127.0.0.1", other.port(), error));
@@ -194,14 +187,14 @@ TEST_F(OSCConnectionTest, RefusesWhatIsNoNumericAddress) {
     }
     EXPECT_FALSE(connection.connectToHost("127.0.0.1", 0, _error));
     connection.receivePacket();
-    EXPECT_THAT(lines(),
+    EXPECT_THAT(_log.all(),
                 ElementsAre("OSCConnection: [receivePacket] unable to receive, the connection is bound to no address"));
 }
 
 // All packets wait in the socket before the reader starts, so it has handed many on when the first one is delivered.
 TEST_F(OSCConnectionTest, DeliversNothingAfterDisconnect) {
-    const UdpClient client;
-    for (int number = 1; number <= 20; ++number) client.send(_port, note(number));
+    const LoopbackSocket client;
+    for (int number = 1; number <= 20; ++number) client.send(note(number), _port);
     _onDelivery = [this] { _connection->disconnect(); };
     _connection->receivePacket();
     ASSERT_TRUE(runUntilDelivered(1));
@@ -210,16 +203,16 @@ TEST_F(OSCConnectionTest, DeliversNothingAfterDisconnect) {
 }
 
 TEST_F(OSCConnectionTest, MayGoAwayWhileItDeliversAndStartAgainAfterDisconnect) {
-    const UdpClient client;
+    const LoopbackSocket client;
     for (int round = 0; round < 3; ++round) {
         _connection->receivePacket();
-        client.send(_port, note(round));
+        client.send(note(round), _port);
         ASSERT_TRUE(runUntilDelivered(1));
         _deliveries.clear();
         _connection->disconnect();
         ASSERT_TRUE(_connection->bindToAddress("127.0.0.1", _port, _error)) << _error.description;
     }
-    for (int number = 1; number <= 20; ++number) client.send(_port, note(number));
+    for (int number = 1; number <= 20; ++number) client.send(note(number), _port);
     _onDelivery = [this] { _connection.reset(); };
     _connection->receivePacket();
     ASSERT_TRUE(runUntilDelivered(1));
@@ -227,47 +220,35 @@ TEST_F(OSCConnectionTest, MayGoAwayWhileItDeliversAndStartAgainAfterDisconnect) 
     EXPECT_THAT(numbers(), ElementsAre(1));
 }
 
-TEST_F(OSCConnectionTest, DoesWithoutADelegate) {
-    const UdpClient client;
-    _connection->setDelegate(nullptr);
-    _connection->receivePacket();
-    client.send(_port, note(1));
-    ASSERT_TRUE(_runLoop.runOnce(machineNow() + kPatience));
-    _connection->setDelegate(this);
-    client.send(_port, note(2));
-    ASSERT_TRUE(runUntilDelivered(1));
-    EXPECT_THAT(numbers(), ElementsAre(2));
-}
-
 TEST_F(OSCConnectionTest, LogsWhatItCannotReadOnceForEachSenderAndReason) {
-    const UdpClient first, second;
+    const LoopbackSocket first, second;
     _connection->receivePacket();
     for (int repeat = 0; repeat < 3; ++repeat) {
-        first.send(_port, "");
-        first.send(_port, std::string("/a\0\0,x\0\0", 8));
-        second.send(_port, std::string(65'507, 'x'));
+        first.send("", _port);
+        first.send(std::string("/a\0\0,x\0\0", 8), _port);
+        second.send(std::string(65'507, 'x'), _port);
     }
-    first.send(_port, note(1));
+    first.send(note(1), _port);
     ASSERT_TRUE(runUntilDelivered(1));
-    const auto line = [](const UdpClient& client, const std::string& reason) {
+    const auto line = [](const LoopbackSocket& client, const std::string& reason) {
         return "OSCConnection: [receivePacket] packet from 127.0.0.1:" + std::to_string(client.port()) +
                " cannot be read: " + reason;
     };
-    EXPECT_THAT(lines(), ElementsAre(line(first, "empty packet"), line(first, "unknown type tag 'x'"),
-                                     line(second, "size is not a multiple of 4")));
+    EXPECT_THAT(_log.all(), ElementsAre(line(first, "empty packet"), line(first, "unknown type tag 'x'"),
+                                        line(second, "size is not a multiple of 4")));
     EXPECT_EQ(_connection->counts().unreadable, 9U);
 }
 
 // More than any receive buffer takes and than may wait for the run loop: every packet is delivered or counted as lost.
 TEST_F(OSCConnectionTest, CountsWhatTheKernelDropped) {
     constexpr int kSent = 1000;
-    const UdpClient client;
+    const LoopbackSocket client;
     const std::string packet = largestPacket();
-    for (int number = 0; number < kSent; ++number) client.send(_port, packet);
+    for (int number = 0; number < kSent; ++number) client.send(packet, _port);
     _connection->receivePacket();
     EXPECT_TRUE(runUntil([this] { return delivered() + reportedLost() == kSent; })) << delivered();
     EXPECT_GT(reportedLost(), 0);
-    EXPECT_EQ(lines().size(), 1U);
+    EXPECT_EQ(_log.all().size(), 1U);
     _connection->disconnect();
     EXPECT_EQ(_connection->counts().lost, static_cast<std::uint64_t>(reportedLost()));
 }
@@ -288,40 +269,21 @@ TEST_F(OSCConnectionTest, SendsToAClientThatComesUpLate) {
     EXPECT_THAT(numbers(), ElementsAre(2));
 }
 
-/// Keeps one processor busy while it lives.
-class Load {
-  public:
-    Load()
-        : _thread([this] {
-              cpu_set_t first;
-              CPU_ZERO(&first);
-              CPU_SET(0, &first);
-              sched_setaffinity(0, sizeof first, &first);
-              while (!_isEnding.load(std::memory_order_relaxed)) {
-              }
-          }) {}
-    ~Load() { _isEnding = true; }
-
-  private:
-    std::atomic<bool> _isEnding{false};
-    std::jthread _thread;
-};
-
 // Without privileges and with a system that grants little room some of it may get lost, which must be told.
 TEST_F(OSCConnectionTest, LosesNoneOfABurstWhileAProcessorIsBusy) {
     constexpr int kBurst = 20'000;
-    const Load load;
+    const BusyCore busy;
     _connection->receivePacket();
     const TimePoint start = machineNow();
     const std::jthread sender([port = _port] {
         std::vector<std::string> notes;
         notes.reserve(kBurst);
         for (int number = 0; number < kBurst; ++number) notes.push_back(note(number));
-        UdpClient().sendAll(port, notes);
+        LoopbackSocket().sendAll(notes, port);
     });
     EXPECT_TRUE(runUntil([this] { return delivered() + reportedLost() == kBurst; })) << delivered();
-    const bool hasRoom = UdpClient().mayHaveReceiveBufferOf(4 * 1024 * 1024);
-    EXPECT_TRUE(lines().empty() || !hasRoom) << lines()[0];
+    const bool hasRoom = LoopbackSocket().mayHaveReceiveBufferOf(4 * 1024 * 1024);
+    EXPECT_TRUE(_log.all().empty() || !hasRoom) << _log.all()[0];
     TimePoint lastTime = start - 1ms;
     int lastNumber = -1;
     for (const auto& delivery : _deliveries) {

@@ -40,16 +40,6 @@ TEST(OSCArgument, HasNoValueForWhatNoIntegerHolds) {
     }
 }
 
-TEST(OSCArgument, KnowsNumbersFromStringsFromTheRest) {
-    for (const Value& number : {Value(1), Value(std::int64_t{1}), Value(kInfinity), Value(kNan)}) {
-        EXPECT_TRUE(OSCArgument(number).isNumber() && !OSCArgument(number).isString());
-    }
-    EXPECT_TRUE(OSCArgument(Value("")).isString() && !OSCArgument(Value("")).isNumber());
-    EXPECT_FALSE(OSCArgument(Value(OSCOpaque{'b'})).isString() || OSCArgument(Value(OSCOpaque{'b'})).isNumber());
-    EXPECT_EQ(OSCArgument(Value("a b")).stringValue(), "a b");
-    EXPECT_EQ(OSCArgument(Value(1)).stringValue(), "");
-}
-
 TEST(OSCMessage, DescribesItsArgumentsInOneLine) {
     const OSCMessage message{"/om/note",
                              {Value(6050), Value(60.37F), Value(0.1), Value("two\nlines"), Value(OSCOpaque{'b'}),

@@ -13,7 +13,6 @@
 namespace zelvane {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using State = NsmClient::State;
 
@@ -104,12 +103,6 @@ TEST_F(NsmClientTest, announcesItselfAndOpensTheSession) {
     EXPECT_EQ(saves, 2);
 }
 
-TEST_F(NsmClientTest, tellsOfASessionThatCouldNotBeLoaded) {
-    ASSERT_TRUE(isOpened());
-    client.reset();
-    EXPECT_EQ(errorAbout("/nsm/client/open"), -1);
-}
-
 TEST_F(NsmClientTest, tellsOfAFolderThatCannotBe) {
     const std::string file = folder.write("file", "");
     announce();
@@ -119,14 +112,6 @@ TEST_F(NsmClientTest, tellsOfAFolderThatCannotBe) {
     EXPECT_EQ(errorAbout("/nsm/client/open"), -10);
     EXPECT_EQ(client->state(), State::refused);
     EXPECT_THAT(client->reason(), HasSubstr(file));
-}
-
-TEST_F(NsmClientTest, isRefused) {
-    announce();
-    manager.send({"/error", {{std::string("/nsm/server/announce")}, {-2}, {std::string("too new")}}});
-    ASSERT_TRUE(takesPacket());
-    EXPECT_EQ(client->state(), State::refused);
-    EXPECT_THAT(client->reason(), HasSubstr("too new"));
 }
 
 TEST_F(NsmClientTest, givesUpAManagerThatIsSilent) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Tests/Fakes/ApplicationRig.h"
 #include "Tests/Fakes/EngineRig.h"
+#include "Tests/Fakes/UnitAccess.h"
 
 #include <gmock/gmock.h>
 
@@ -44,11 +45,10 @@ class EditorWindow : public testing::Test, protected ApplicationRig {
     AudioUnit* unit(std::int32_t number) { return application.zelvane()->audioEngine().audioUnitFromMicroUnit(number); }
     /// Edits the unit, and returns when the edit has come to unit 10.
     void expectToBeSource(std::int32_t number, float value) {
-        AUParameterSet(nullptr, nullptr, {unit(number), 7, kAudioUnitScope_Global, 0}, value, 0);
+        editParameter(unit(number), 7, value);
         const TimePoint end = clock.now() + std::chrono::seconds(1);
-        float copied = 0;
-        while (copied != value && loop.runOnce(end)) AudioUnitGetParameter(unit(10), 7, 0, 0, &copied);
-        EXPECT_EQ(copied, value) << "edited unit " << number;
+        while (parameterOf(unit(10), 7) != value && loop.runOnce(end)) continue;
+        EXPECT_EQ(parameterOf(unit(10), 7), value) << "edited unit " << number;
     }
 };
 
@@ -86,13 +86,6 @@ TEST_F(EditorWindow, ShowsTheChosenUnitsEditorAndMakesThatUnitTheSource) {
     EXPECT_EQ(window().indexOfSelectedItem(), 0);
 }
 
-TEST_F(EditorWindow, IsTheDefaultInstrumentsWhenTheChosenOneIsGone) {
-    defaults.set("musicDevice", {"gone"});
-    launch({1});
-    EXPECT_EQ(window().title(), "DLSMusicDevice Settings");
-    EXPECT_EQ(defaults.string("musicDevice"), "gone") << "the user's choice stands";
-}
-
 TEST_F(EditorWindow, GoesAwayWhenTheFirstUnitHasNoEditor) {
     launch({});
     EXPECT_FALSE(application.hasAuView());
@@ -126,18 +119,6 @@ TEST(Editors, AreTakenToTheWindowByTheMainThread) {
     player.join();
     EXPECT_EQ(rig.rig.application.viewsThread, std::this_thread::get_id());
     EXPECT_EQ(rig.rig.application.firstUnit.lock(), rig.engine->microUnitSynthNode(1));
-}
-
-TEST(Editors, CanBeGivenToAUnitThatHasNone) {
-    EngineRig rig;
-    const auto view = std::make_shared<FakeView>(1, 1);
-    const auto viewController =
-        std::make_shared<audioEngineViewController>(rig.rig.application, std::make_shared<FakeViewController>(view));
-    EXPECT_EQ(rig.engine->microUnitAUView(3), nullptr);
-    rig.engine->setMicroUnitAUViewController(viewController, 3);
-    EXPECT_EQ(rig.engine->microUnitAUViewController(3), viewController);
-    AudioEngine::setNeedsDisplay(*rig.engine->microUnitAUView(3));
-    EXPECT_EQ(view->timesToDraw, 1);
 }
 
 TEST(Editors, EndTheProgramWithAnAlertWhenWhatShowsThemHasEnded) {

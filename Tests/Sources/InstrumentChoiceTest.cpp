@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Sources/Zelvane/Zelvane.h"
+#include "Tests/Fakes/ChildProcess.h"
 #include "Tests/Fakes/EngineRig.h"
 #include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/MemoryMIDI.h"
+#include "Tests/Fakes/UnitAccess.h"
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <thread>
 
 namespace zelvane {
@@ -21,6 +24,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
+
+const std::vector<std::string> kTwo{"DLSMusicDevice", "zither"};
 
 std::vector<std::string> unitNames(AudioEngine& engine) {
     std::vector<std::string> names;
@@ -55,6 +60,10 @@ TEST(InstrumentChoice, OneThatIsNotThereAnyMoreLeavesThePresentOnePlaying) {
                 ElementsAre(Error{"MidiConfiguration", 3, "Sorry, unable to connect OSC/MIDI to zither"}));
     EXPECT_EQ(unitNames(*rig.engine), std::vector<std::string>(10, "DLSMusicDevice"));
     EXPECT_THAT(rig.played(), ElementsAre(std::array{10, 0x90, 60, 50}));
+    rig.engine->setMusicDeviceFromName("kazoo");
+    EXPECT_EQ(rig.rig.application.errors.back().description, "Sorry, unable to connect OSC/MIDI to kazoo");
+    EXPECT_THAT(log.all(), Contains("AudioEngine: [setMusicDeviceFromName:] unable to connect OSC/MIDI to kazoo"));
+    EXPECT_EQ(unitNames(*rig.engine), std::vector<std::string>(10, "DLSMusicDevice"));
     rig.engine->updateMusicDevices();
     EXPECT_THAT(rig.engine->musicDevices(), ElementsAre("Alphorn", "DLSMusicDevice"));
     rig.provider->gone = {3};
@@ -79,7 +88,7 @@ TEST(InstrumentChoice, AHundredSwitchesEndEveryNoteAndRecordingAndMixNothing) {
     LogLines log;
     const TemporaryFolder folder;
     UserDefaults defaults(folder.path / "defaults.plist");
-    PlayerRig rig(std::make_unique<RecordingProvider>(std::vector<std::string>{"DLSMusicDevice", "zither"}));
+    PlayerRig rig(std::make_unique<RecordingProvider>(kTwo));
     MemoryMIDI midi(rig.loop);
     Zelvane player(rig.loop, rig.platform, rig.application, defaults);
     player.setIsListening(true);
@@ -129,23 +138,13 @@ struct ThreadedRig {
         }
     }
 
-    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> devices() {
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> all;
-        all.push_back(std::make_unique<StillBackEnd>());
-        return all;
-    }
-    static std::vector<std::unique_ptr<AudioComponentProvider>> instruments() {
-        std::vector<std::unique_ptr<AudioComponentProvider>> all;
-        all.push_back(std::make_unique<RecordingProvider>(std::vector<std::string>{"DLSMusicDevice", "zither"}));
-        return all;
-    }
-
     PrivateDataFolder data;
     TemporaryFolder folder;
     UserDefaults defaults{folder.path / "defaults.plist"};
     RunLoop mainLoop, playerLoop;
     FakeApplication application{mainLoop};
-    AudioPlatform platform{devices(), instruments()};
+    AudioPlatform platform{oneOf<AudioDeviceBackEnd>(std::make_unique<StillBackEnd>()),
+                           oneOf<AudioComponentProvider>(std::make_unique<RecordingProvider>(kTwo))};
     std::atomic<bool> isEnding{false};
     std::thread player{[this] {
         playerLoop.attachToCurrentThread();
@@ -167,9 +166,8 @@ TEST(InstrumentChoice, SwitchesWhileThePlayerThreadPlaysAndAnotherThreadEdits) {
         for (std::uint32_t value = 0; !rig.isEnding; ++value) {
             const auto node = rig.engine->microUnitSynthNode(1);
             if (node == nullptr) continue;
-            AudioUnitSetProperty(node->audioUnit(), kMusicDeviceProperty_UsesInternalReverb, 0, 0, &value,
-                                 sizeof value);
-            AUParameterSet(nullptr, nullptr, {node->audioUnit(), 7, 0, 0}, 0.5F, 0);
+            setProperty(node->audioUnit(), kMusicDeviceProperty_UsesInternalReverb, value);
+            editParameter(node->audioUnit(), 7, 0.5F);
         }
     });
     for (int i = 0; i < 20; ++i) {
@@ -222,29 +220,23 @@ TEST(Scan, OneThatDoesNotLoadEndsTheApplication) {
 TEST(InstrumentTrial, AMarkIsLeftByAProcessThatDiesAndByNoneThatLives) {
     const TemporaryFolder folder;
     const auto file = folder.path / "loading";
-    std::array<int, 2> ready{}, end{};
-    ASSERT_EQ(pipe(ready.data()), 0);
-    ASSERT_EQ(pipe(end.data()), 0);
     const pid_t child = fork();
     if (child == 0) {
         LoadingMark mark(file);
         mark.put("Harmonium / 2");
-        char byte = 0;
-        if (write(ready[1], &byte, 1) != 1 || read(end[0], &byte, 1) != 1) _exit(1);
-        _exit(0);
+        alarm(60);  // should the test give up
+        pause();
     }
-    char byte = 0;
-    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    ASSERT_TRUE(waitFor([&] { return TemporaryFolder::read(file) == "loading Harmonium / 2\n"; }));
     LoadingMark mark(file);
     EXPECT_EQ(mark.takeLeft(), std::nullopt) << "that player lives and loads";
     mark.put("Zither");
     EXPECT_EQ(TemporaryFolder::read(file), "loading Harmonium / 2\n");
-    ASSERT_EQ(write(end[1], &byte, 1), 1);
+    kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
     EXPECT_EQ(mark.takeLeft(), "Harmonium / 2");
     EXPECT_EQ(mark.takeLeft(), std::nullopt);
     EXPECT_FALSE(std::filesystem::exists(file));
-    for (const int descriptor : {ready[0], ready[1], end[0], end[1]}) close(descriptor);
 }
 
 TEST(InstrumentTrial, LastsUntilAllUnitsHaveRenderedForTwoSeconds) {
@@ -275,14 +267,13 @@ TEST(InstrumentTrial, AnInstrumentThatBroughtTheLastRunDownIsLeftOutOnceAndTold)
     const TemporaryFolder folder;
     UserDefaults defaults(folder.path / "defaults.plist");
     defaults.set("musicDevice", {std::string("zither")});
-    PlayerRig rig(std::make_unique<RecordingProvider>(std::vector<std::string>{"DLSMusicDevice", "zither"}));
+    PlayerRig rig(std::make_unique<RecordingProvider>(kTwo));
     std::ofstream(rig.data.user() / "loading") << "loading zither\n";
     MemoryMIDI midi(rig.loop);
     {
         Zelvane player(rig.loop, rig.platform, rig.application, defaults);
         EXPECT_EQ(unitNames(player.audioEngine()), std::vector<std::string>(10, "DLSMusicDevice"));
-        while (rig.loop.runOnce(rig.clock.now())) {
-        }
+        rig.runDue();
         ASSERT_THAT(rig.application.errors, SizeIs(1));
         EXPECT_THAT(rig.application.errors[0].description,
                     HasSubstr("Sorry, the player did not survive loading zither"));

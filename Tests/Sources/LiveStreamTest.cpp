@@ -3,7 +3,10 @@
 #include "Platform/Audio/Instruments/SoundFont/SoundFontProvider.h"
 #include "Sources/AppDelegate.h"
 #include "Sources/ConsoleShell.h"
+#include "Tests/Fakes/BusyCore.h"
+#include "Tests/Fakes/LoopbackSocket.h"
 #include "Tests/Fakes/MemoryMIDI.h"
+#include "Tests/Fakes/OneOf.h"
 #include "Tests/Fakes/OnsetFinder.h"
 #include "Tests/Fakes/RecordingInstrument.h"
 #include "Tests/Fakes/TemporaryFolder.h"
@@ -11,9 +14,6 @@
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -21,7 +21,6 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
-#include <thread>
 #include <vector>
 
 namespace zelvane {
@@ -38,7 +37,7 @@ struct SilentShell : ConsoleShell {
 class LivePlayer {
   public:
     LivePlayer(std::unique_ptr<AudioComponentProvider> provider, std::uint32_t period)
-        : _platform(backEnds(), providers(std::move(provider))),
+        : _platform(oneOf<AudioDeviceBackEnd>(std::make_unique<NullBackEnd>()), oneOf(std::move(provider))),
           _application(_mainRunLoop, _platform, _defaults, _shell) {
         _mainRunLoop.attachToCurrentThread();
         _defaults.setArgument("port", {std::int64_t{0}});
@@ -62,13 +61,8 @@ class LivePlayer {
         };
         for (const double delta : deltas) appendMessage({"/vesk.µq/fifos", {{delta}, {60.0F}, {100}, {3}, {1}}});
         appendMessage({"/vesk.µq/start", {}});
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(_application.zelvane()->listeningPort());
-        const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        ::sendto(socket, bundle.data(), bundle.size(), 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-        ::close(socket);
+        LoopbackSocket().send({reinterpret_cast<const char*>(bundle.data()), bundle.size()},
+                              _application.zelvane()->listeningPort());
     }
 
     void send(const std::uint8_t status, const std::uint8_t data) {
@@ -90,18 +84,6 @@ class LivePlayer {
     }
 
   private:
-    static std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds() {
-        std::vector<std::unique_ptr<AudioDeviceBackEnd>> all;
-        all.push_back(std::make_unique<NullBackEnd>());
-        return all;
-    }
-    static std::vector<std::unique_ptr<AudioComponentProvider>> providers(
-        std::unique_ptr<AudioComponentProvider> provider) {
-        std::vector<std::unique_ptr<AudioComponentProvider>> all;
-        all.push_back(std::move(provider));
-        return all;
-    }
-
     AudioUnit* engineUnit(std::int32_t number) {
         return _application.zelvane()->audioEngine().audioUnitFromMicroUnit(number);
     }
@@ -128,21 +110,6 @@ class LivePlayer {
     std::atomic<std::size_t> _count{0};  // written by the audio thread, read by the test
     Duration _longestDelay{};
     AppDelegate _application;
-};
-
-/// Another process's worth of work on one core.
-class BusyCore {
-  public:
-    BusyCore()
-        : _thread([this] {
-              while (!_isDone) {
-              }
-          }) {}
-    ~BusyCore() { _isDone = true; }
-
-  private:
-    std::atomic<bool> _isDone{false};
-    std::jthread _thread;
 };
 
 const std::vector<double> kDeltas{20, 31.7, 55.5, 12.25, 80, 41.21, 99.9, 63.07, 17.3, 120.6, 44.4, 8.9, 71.3, 29};

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Platform/Audio/Instruments/Lv2/Lv2Properties.h"
-#include "Platform/Audio/Units/AUListener.h"
 #include "Platform/Audio/Units/AUPreset.h"
 #include "Sources/Zelvane/AudioEngine/AudioEngine.h"
 #include "Tests/Fakes/ChildProcess.h"
@@ -8,6 +7,7 @@
 #include "Tests/Fakes/ListedLv2Instruments.h"
 #include "Tests/Fakes/LogLines.h"
 #include "Tests/Fakes/PlayerRig.h"
+#include "Tests/Fakes/UnitAccess.h"
 
 #include <gtest/gtest.h>
 
@@ -46,16 +46,10 @@ class Lv2Engine : public testing::Test {
         return all;
     }
     std::vector<float> parameters(AudioUnitParameterID id) {
-        return answers<float>([id](AudioUnit* unit) {
-            float value = -1;
-            AudioUnitGetParameter(unit, id, kAudioUnitScope_Global, 0, &value);
-            return value;
-        });
+        return answers<float>([id](AudioUnit* unit) { return parameterOf(unit, id); });
     }
     static PropertyList object(AudioUnit* unit, AudioUnitPropertyID id) {
-        PropertyReference reference = 0;
-        std::uint32_t size = sizeof reference;
-        EXPECT_EQ(AudioUnitGetProperty(unit, id, kAudioUnitScope_Global, 0, &reference, &size), kNoError);
+        const auto reference = propertyOf<PropertyReference>(unit, id);
         const auto read = propertyObject(reference);
         releaseProperty(reference);
         return read != nullptr ? *read : PropertyList();
@@ -78,14 +72,11 @@ TEST_F(Lv2Engine, WhatIsEditedOnOneUnitIsReadOnTheNineOthers) {
     engine.propagateFromMicroUnitNumber(4);
     const AudioUnitParameterID id = writableParameter(unit(4));
     for (const float value : {0.25F, 0.75F}) {
-        AUParameterSet(nullptr, nullptr, {unit(4), id, kAudioUnitScope_Global, 0}, value, 0);
+        editParameter(unit(4), id, value);
         render(300ms);
         EXPECT_EQ(parameters(id), std::vector<float>(10, value));
     }
-    const AUPreset preset{3, 0, 0};
-    ASSERT_EQ(AudioUnitSetProperty(unit(4), kAudioUnitProperty_PresentPreset, kAudioUnitScope_Global, 0, &preset,
-                                   sizeof preset),
-              kNoError);
+    ASSERT_EQ(setProperty(unit(4), kAudioUnitProperty_PresentPreset, AUPreset{3, 0, 0}), kNoError);
     render(300ms);
     const auto values = [](AudioUnit* unit) {
         const auto info = std::get<PropertyList::Dictionary>(object(unit, kAudioUnitProperty_ClassInfo).value);
@@ -102,8 +93,7 @@ TEST_F(Lv2Engine, AFileChosenOnOneUnitIsChosenOnTheOthers) {
     const std::filesystem::path sample = folder.path / "other.wav";
     std::filesystem::copy_file("/usr/lib/lv2/eg-sampler.lv2/click.wav", sample);
     const PropertyReference reference = retainProperty({sample.string()});
-    ASSERT_EQ(AudioUnitSetProperty(unit(1), kSample, kAudioUnitScope_Global, 0, &reference, sizeof reference),
-              kNoError);
+    ASSERT_EQ(setProperty(unit(1), kSample, reference), kNoError);
     releaseProperty(reference);
     const auto isChosen = [&] {
         render(10ms);
@@ -111,23 +101,6 @@ TEST_F(Lv2Engine, AFileChosenOnOneUnitIsChosenOnTheOthers) {
         return chosen == std::vector<PropertyList>(10, PropertyList{sample.string()});
     };
     EXPECT_TRUE(waitFor(isChosen));
-}
-
-TEST_F(Lv2Engine, SettingsComeBackWithTheInstrument) {
-    engine.setMusicDeviceFromName("Calf Monosynth");
-    const AudioUnitParameterID id = writableParameter(unit(1));
-    const float before = parameters(id)[6];
-    const auto& parameter = dynamic_cast<InstrumentUnit*>(unit(7))->instrument().parameters()[1];
-    const float other = before < parameter.maximum ? parameter.maximum : parameter.minimum;
-    AudioUnitSetParameter(unit(7), id, kAudioUnitScope_Global, 0, other, 0);
-    render(50ms);
-    engine.storeCurrentPresetToDefaults(7);
-    engine.setMusicDeviceFromName("MDA JX10");
-    engine.setMusicDeviceFromName("Calf Monosynth");
-    render(50ms);
-    std::vector<float> expected(10, before);
-    expected[6] = other;
-    EXPECT_EQ(parameters(id), expected);
 }
 
 std::ptrdiff_t countIn(const char* folder) {

@@ -8,14 +8,12 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
 #include <optional>
 
 namespace zelvane {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -52,12 +50,6 @@ class MidiPlayer : public testing::Test {
         const auto isDetuning = [](const Event& event) { return (event[0] & 0xF0) == 0xE0; };
         events.erase(events.begin(), std::find_if_not(events.begin(), events.end(), isDetuning));
         return events;
-    }
-
-    std::string write(const std::string& name, const std::string& text) {
-        const auto path = folder.path / name;
-        std::ofstream(path) << text;
-        return path.string();
     }
 
     TemporaryFolder folder;
@@ -129,24 +121,8 @@ TEST_F(MidiPlayer, KeysKeepTheirDistancesToTheFrameWhateverTheBlocks) {
     }
 }
 
-TEST_F(MidiPlayer, KeysSoundWhereTheStoredTuningPutsThem) {
-    // Ten equal parts of the octave from key 60, A4 at 440 Hz.
-    std::string scale = "ten equal\n10\n";
-    for (int n = 1; n <= 10; ++n) scale += std::to_string(1.2 * n) + "\n";
-    defaults.set("tuning", {write("ten.scl", scale)});
-    defaults.set("keymap", {write("ten.kbm", "10\n0\n127\n60\n69\n440.0\n10\n0\n1\n2\n3\n4\n5\n6\n7\n8\n9\n")});
-    start();
-    playAt(100ms, {{0x90, 69, 100}, {0x90, 70, 100}});
-    playAt(200ms, {{0x80, 69, 0}, {0x80, 70, 0}});
-    rig.renderUntil(300ms);
-    // Key 69 is the reference; the next is 1.2 semitones above: 7020, which unit 8 plays.
-    EXPECT_THAT(eventsOf(10), ElementsAre(Event{0x90, 69, 100}, Event{0x80, 69, 0}));
-    EXPECT_THAT(eventsOf(8), ElementsAre(Event{0x90, 70, 100}, Event{0x80, 70, 0}));
-    EXPECT_THAT(rig.application.errors, IsEmpty());
-}
-
 TEST_F(MidiPlayer, ATuningThatCannotBeBuiltIsToldAndTheRestPlaysOn) {
-    defaults.set("tuning", {write("bad.scl", "bare number\n2\n1.5\n2\n")});
+    defaults.set("tuning", {folder.write("bad.scl", "bare number\n2\n1.5\n2\n")});
     defaults.set("keymap", {folder.path / "missing.kbm"});
     start();
     EXPECT_THAT(log.all(), Contains(HasSubstr("unable to build the key table")));

@@ -46,11 +46,7 @@ class PreferencesDialog : public testing::Test {
     }
 
     /// Lets time pass until changes of the MIDI set-up are taken in.
-    void settle() {
-        const TimePoint end = rig.clock.now() + std::chrono::milliseconds(100);
-        while (rig.loop.runOnce(end)) {
-        }
-    }
+    void settle() { runUntil(rig.loop, rig.clock.now() + std::chrono::milliseconds(100)); }
 
     /// Makes the player, where there is none yet, and a dialog that is set up.
     prefDialogController& open() {

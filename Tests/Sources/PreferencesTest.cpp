@@ -11,8 +11,6 @@ namespace {
 const auto* const environmentOfTests = testing::AddGlobalTestEnvironment(new DesktopApplication);
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 PropertyList number(std::int64_t value) {
     return {value};
@@ -24,7 +22,14 @@ std::vector<std::string> titles(const QComboBox& popup) {
     return all;
 }
 
-TEST_F(PreferencesDialog, ShowsWhatIsSavedAndWhatThePlayerHas) {
+TEST_F(PreferencesDialog, ShowsWhatIsSavedOrElseWhatPlays) {
+    defaults.set("musicDevice", {"gone"});
+    open();
+    EXPECT_EQ(widget<QComboBox>("outputDevicePopup").currentText(), QStringLiteral("still"));
+    EXPECT_EQ(widget<QComboBox>("musicDevicePopup").currentText(), QStringLiteral("DLSMusicDevice"));
+    EXPECT_EQ(defaults.string("musicDevice"), "gone") << "the user's choice stands";
+    dialog.reset();
+    player.reset();
     defaults.set("outputDevice", {"Another"});
     defaults.set("musicDevice", {"zither"});
     defaults.set("autolaunch", number(1));
@@ -38,13 +43,6 @@ TEST_F(PreferencesDialog, ShowsWhatIsSavedAndWhatThePlayerHas) {
     EXPECT_TRUE(widget<QCheckBox>("autolaunchCheckButton").isChecked());
     EXPECT_EQ(textOf("keymap"), "default keyboard mapping");
     EXPECT_EQ(textOf("tuning"), "default tuning");
-}
-
-TEST_F(PreferencesDialog, SelectsWhatPlaysWhereNothingOrSomethingMissingIsSaved) {
-    defaults.set("musicDevice", {"gone"});
-    open();
-    EXPECT_EQ(widget<QComboBox>("outputDevicePopup").currentText(), QStringLiteral("still"));
-    EXPECT_EQ(widget<QComboBox>("musicDevicePopup").currentText(), QStringLiteral("DLSMusicDevice"));
 }
 
 TEST_F(PreferencesDialog, MarksInstrumentsWithoutMicrotones) {
@@ -147,32 +145,33 @@ TEST_F(PreferencesDialog, ShowsSavedPortsThatAreNoneAsTheyAre) {
     EXPECT_EQ(defaults.integer("port"), 70000);
 }
 
-TEST_F(PreferencesDialog, OpensAtLoginAsChecked) {
-    for (const bool wish : {true, true, false}) {
-        open();
-        EXPECT_EQ(run([&] {
-                      if (widget<QCheckBox>("loginCheckButton").isChecked() != wish) click("loginCheckButton");
-                      EXPECT_NE(loginItem.status(), wish ? LoginItem::kRequiresApproval : LoginItem::kNotRegistered);
-                      click("okButton");
-                  }),
-                  1);
-        EXPECT_EQ(loginItem.status(), wish ? LoginItem::kEnabled : LoginItem::kNotRegistered);
-    }
-}
-
-TEST_F(PreferencesDialog, LeavesTheLoginCheckBoxAloneInOtherStates) {
+TEST_F(PreferencesDialog, OpensAtLoginAsCheckedWhateverWasBefore) {
+    using enum LoginItem::Status;
+    const std::string broken = "[Desktop Entry]\nExec=/nowhere/zelvane\n", off = "[Desktop Entry]\nHidden=true\n";
     std::filesystem::create_directories(folder.path / "config/autostart");
-    for (const auto* lines : {"Exec=/nowhere/zelvane\n", "Hidden=true\n"}) {
-        folder.write("config/autostart/org.zelvane.Zelvane.desktop", std::string("[Desktop Entry]\n") + lines);
-        ASSERT_GE(loginItem.status(), LoginItem::kRequiresApproval);
+    struct Case {
+        std::string entry;
+        LoginItem::Status before;
+        bool isClicked;
+        LoginItem::Status after;
+    };
+    const Case cases[] = {{"", kNotRegistered, true, kEnabled},
+                          {"", kEnabled, false, kEnabled},
+                          {"", kEnabled, true, kNotRegistered},
+                          {broken, kNotFound, true, kEnabled},
+                          {off, kRequiresApproval, true, kEnabled}};
+    for (const Case& each : cases) {
+        if (!each.entry.empty()) folder.write("config/autostart/org.zelvane.Zelvane.desktop", each.entry);
+        ASSERT_EQ(loginItem.status(), each.before);
         open();
-        EXPECT_FALSE(widget<QCheckBox>("loginCheckButton").isChecked());
+        EXPECT_EQ(widget<QCheckBox>("loginCheckButton").isChecked(), each.before == kEnabled);
         EXPECT_EQ(run([&] {
-                      click("loginCheckButton");
+                      if (each.isClicked) click("loginCheckButton");
+                      EXPECT_EQ(loginItem.status(), each.before) << "it waits for OK";
                       click("okButton");
                   }),
                   1);
-        EXPECT_EQ(loginItem.status(), LoginItem::kEnabled);
+        EXPECT_EQ(loginItem.status(), each.after);
     }
 }
 

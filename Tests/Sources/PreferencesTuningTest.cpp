@@ -15,31 +15,26 @@ using testing::SizeIs;
 constexpr const char* kQuarter = "quarters\n 2\n 0.5\n 1.0\n";
 constexpr const char* kUpsideDown = "12\n0\n127\n60\n69\n430.5\n12\n11\n10\n9\n8\n7\n6\n5\n4\n3\n2\n1\n0\n";
 
-TEST_F(PreferencesDialog, KeepsAPrivateCopyOfATuningThatWasLoaded) {
+TEST_F(PreferencesDialog, KeepsAPrivateCopyOfATuningThatWasLoadedOnOK) {
     const auto file = writeScale("third.scl", kWide);
-    open();
-    EXPECT_EQ(run([&] {
-                  load("loadTuningButton", file);
-                  EXPECT_EQ(textOf("tuning"), "third.scl");
-                  EXPECT_FALSE(std::filesystem::exists(copyOf("third.scl")));
-                  EXPECT_FLOAT_EQ(pitchOfKey(61), 61) << "the table is built on OK";
-                  click("okButton");
-              }),
-              1);
+    for (const bool isAccepted : {false, true}) {
+        open();
+        EXPECT_EQ(run([&] {
+                      load("loadTuningButton", file);
+                      EXPECT_EQ(textOf("tuning"), "third.scl");
+                      EXPECT_FALSE(std::filesystem::exists(copyOf("third.scl")));
+                      EXPECT_FLOAT_EQ(pitchOfKey(61), 61) << "the table is built on OK";
+                      click(isAccepted ? "okButton" : "cancelButton");
+                  }),
+                  isAccepted);
+        EXPECT_EQ(std::filesystem::exists(copyOf("third.scl")), isAccepted);
+        EXPECT_EQ(kept("tuning"), isAccepted ? std::optional<std::string>(copyOf("third.scl")) : std::nullopt);
+        EXPECT_EQ(pitchOfKey(61) != 61, isAccepted);
+    }
     EXPECT_EQ(TemporaryFolder::read(copyOf("third.scl")), kWide);
-    EXPECT_EQ(kept("tuning"), copyOf("third.scl"));
-    EXPECT_NE(pitchOfKey(61), 61);
     EXPECT_THAT(rig.application.errors, IsEmpty());
     open();
     EXPECT_EQ(textOf("tuning"), "third.scl");
-}
-
-TEST_F(PreferencesDialog, KeepsAPrivateCopyOfAKeyboardMappingThatWasLoaded) {
-    loadAndAccept("loadKeymapButton", writeScale("UPSIDE.KBM", kUpsideDown));
-    EXPECT_EQ(TemporaryFolder::read(copyOf("UPSIDE.KBM")), kUpsideDown);
-    EXPECT_EQ(kept("keymap"), copyOf("UPSIDE.KBM"));
-    EXPECT_EQ(kept("tuning"), std::nullopt);
-    EXPECT_NE(pitchOfKey(61), 61);
 }
 
 TEST_F(PreferencesDialog, LeavesAllAsItWasWhenAFileIsRefused) {
@@ -55,18 +50,6 @@ TEST_F(PreferencesDialog, LeavesAllAsItWasWhenAFileIsRefused) {
               }),
               1);
     EXPECT_EQ(kept("tuning"), std::nullopt);
-}
-
-TEST_F(PreferencesDialog, CancelledKeepsNoCopyAndNoNewTable) {
-    open();
-    EXPECT_EQ(run([&] {
-                  load("loadTuningButton", writeScale("third.scl", kWide));
-                  click("cancelButton");
-              }),
-              0);
-    EXPECT_FALSE(std::filesystem::exists(copyOf("third.scl")));
-    EXPECT_EQ(kept("tuning"), std::nullopt);
-    EXPECT_FLOAT_EQ(pitchOfKey(61), 61);
 }
 
 TEST_F(PreferencesDialog, ReplacesTheCopyByAFileOfTheSameName) {
@@ -103,20 +86,24 @@ TEST_F(PreferencesDialog, DoesNotLoseACopyThatIsChosenItself) {
 }
 
 TEST_F(PreferencesDialog, ResetDeletesTheCopyButLeavesTheFieldAsItIs) {
+    loadAndAccept("loadKeymapButton", writeScale("MINE.KBM", kUpsideDown));
+    EXPECT_EQ(TemporaryFolder::read(copyOf("MINE.KBM")), kUpsideDown);
+    EXPECT_EQ(kept("keymap"), copyOf("MINE.KBM"));
+    EXPECT_EQ(kept("tuning"), std::nullopt);
+    EXPECT_NE(pitchOfKey(61), 61);
     loadAndAccept("loadTuningButton", writeScale("mine.scl", kWide));
-    loadAndAccept("loadKeymapButton", writeScale("mine.kbm", kUpsideDown));
     open();
     EXPECT_EQ(run([&] {
                   click("resetTuningButton");
                   click("resetKeymapButton");
                   EXPECT_EQ(textOf("tuning"), "mine.scl");
-                  EXPECT_EQ(textOf("keymap"), "mine.kbm");
+                  EXPECT_EQ(textOf("keymap"), "MINE.KBM");
                   EXPECT_TRUE(std::filesystem::exists(copyOf("mine.scl")));
                   click("okButton");
               }),
               1);
     EXPECT_FALSE(std::filesystem::exists(copyOf("mine.scl")));
-    EXPECT_FALSE(std::filesystem::exists(copyOf("mine.kbm")));
+    EXPECT_FALSE(std::filesystem::exists(copyOf("MINE.KBM")));
     EXPECT_EQ(defaults.string("tuning"), "default tuning");
     EXPECT_EQ(defaults.string("keymap"), "default keyboard mapping");
     EXPECT_EQ(kept("tuning"), std::nullopt) << "a text of the present language is not kept";

@@ -2,6 +2,7 @@
 #include "Sources/Zelvane/AudioEngine/AudioUnitPropertyNames.h"
 #include "Tests/Fakes/EngineRig.h"
 #include "Tests/Fakes/LogLines.h"
+#include "Tests/Fakes/UnitAccess.h"
 
 #include <gmock/gmock.h>
 
@@ -16,7 +17,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-using testing::SizeIs;
 
 constexpr AudioUnitPropertyID kReverb = kMusicDeviceProperty_UsesInternalReverb;
 constexpr AudioUnitPropertyID kNumber = RecordingInstrument::kNumber;
@@ -39,24 +39,18 @@ class Propagation : public testing::Test {
 
     template <typename Value>
     OSStatus set(std::int32_t number, AudioUnitPropertyID id, const Value& value) {
-        return AudioUnitSetProperty(rig.audioUnit(number), id, kAudioUnitScope_Global, 0, &value, sizeof value);
+        return setProperty(rig.audioUnit(number), id, value);
     }
     template <typename Value>
     Value valueOf(std::int32_t number, AudioUnitPropertyID id) {
-        Value value{};
-        std::uint32_t size = sizeof value;
-        EXPECT_EQ(AudioUnitGetProperty(rig.audioUnit(number), id, kAudioUnitScope_Global, 0, &value, &size), kNoError);
-        return value;
+        return propertyOf<Value>(rig.audioUnit(number), id);
     }
     std::vector<float> parameters() {
-        std::vector<float> values(10);
-        for (std::int32_t number = 1; number <= 10; ++number)
-            AudioUnitGetParameter(rig.audioUnit(number), 7, 0, 0, &values[static_cast<std::size_t>(number - 1)]);
+        std::vector<float> values;
+        for (std::int32_t number = 1; number <= 10; ++number) values.push_back(parameterOf(rig.audioUnit(number), 7));
         return values;
     }
-    OSStatus edit(std::int32_t number, float value) {
-        return AUParameterSet(nullptr, nullptr, {rig.audioUnit(number), 7, kAudioUnitScope_Global, 0}, value, 0);
-    }
+    OSStatus edit(std::int32_t number, float value) { return editParameter(rig.audioUnit(number), 7, value); }
 
     LogLines log;
     EngineRig rig;
@@ -138,14 +132,11 @@ TEST_F(Propagation, OnlyOneUnitIsTheSourceAndOnlyOneWithAnEditor) {
     EngineRig plain;
     plain.engine->propagateFromMicroUnitNumber(2);
     plain.engine->setAudioUnitPropertyListeners(plain.engine->microUnitFromNumber(2), 1, true);
-    const std::uint32_t on = 1;
-    AudioUnitSetProperty(plain.audioUnit(2), kReverb, 0, 0, &on, sizeof on);
-    AUParameterSet(nullptr, nullptr, {plain.audioUnit(2), 7, 0, 0}, 0.5F, 0);
+    setProperty(plain.audioUnit(2), kReverb, 1U);
+    editParameter(plain.audioUnit(2), 7, 0.5F);
     plain.runDue();
     EXPECT_EQ(plain.unit(3).reverb, 0U);
-    float value = 0;
-    AudioUnitGetParameter(plain.audioUnit(3), 7, 0, 0, &value);
-    EXPECT_EQ(value, 1);
+    EXPECT_EQ(parameterOf(plain.audioUnit(3), 7), 1);
 }
 
 TEST_F(Propagation, RemovingPassesOverTheEntryBehindADoubleOne) {
@@ -210,9 +201,8 @@ TEST_F(Propagation, AnEditDoesNotReachTheUnitsOfTheNextInstrument) {
     rig.engine->setMusicDeviceFromName("zither");
     rig.rig.clock.advance(200ms);
     rig.runDue();
-    AUParameterSet(nullptr, nullptr, {kept->audioUnit(), 7, 0, 0}, 0.7F, 0);
-    const std::uint32_t on = 1;
-    AudioUnitSetProperty(kept->audioUnit(), kReverb, 0, 0, &on, sizeof on);
+    editParameter(kept->audioUnit(), 7, 0.7F);
+    setProperty(kept->audioUnit(), kReverb, 1U);
     rig.rig.clock.advance(200ms);
     rig.runDue();
     EXPECT_EQ(parameters(), std::vector<float>(10, 1));

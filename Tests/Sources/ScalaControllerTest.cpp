@@ -101,11 +101,8 @@ void expectTables(const UserDefaults& defaults, const ScalaController::ErrorPres
     }
 }
 
-TEST_F(ScalaControllerTest, KeyTablesAreWhatTheScaleAndMappingGive) {
+TEST_F(ScalaControllerTest, KeyTablesAreWhatTheScaleAndMappingGiveInEveryLocale) {
     expectTables(_defaults, _present);
-}
-
-TEST_F(ScalaControllerTest, KeyTablesAreTheSameUnderACommaLocale) {
     const CommaLocale locale;
     expectTables(_defaults, _present);
 }

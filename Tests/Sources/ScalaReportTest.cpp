@@ -5,7 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
 #include <sstream>
 
 namespace zelvane {
@@ -14,16 +13,9 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 class ScalaReport : public testing::Test {
   protected:
-    std::string write(const std::string& name, const std::string& text) {
-        const auto path = folder.path / name;
-        std::ofstream(path) << text;
-        return path.string();
-    }
-
     bool check(const std::vector<std::string>& paths) {
         report.str("");
         complaints.str("");
@@ -42,8 +34,8 @@ class ScalaReport : public testing::Test {
 
 TEST_F(ScalaReport, WritesIntervalsAndTheTableOfBothFiles) {
     const CommaLocale locale;
-    const std::string scale = write("quarter.scl", "Fifths\n2\n3/2\n2/1\n");
-    const std::string mapping = write("two.KBM", "2\n0\n127\n60\n60\n261.625565\n2\n0\n1\n");
+    const auto scale = folder.write("quarter.scl", "Fifths\n2\n3/2\n2/1\n");
+    const auto mapping = folder.write("two.KBM", "2\n0\n127\n60\n60\n261.625565\n2\n0\n1\n");
     EXPECT_TRUE(check({scale, mapping}));
     EXPECT_EQ(lines(), 1 + 1 + 2 + 1 + 2 + 128);
     EXPECT_THAT(report.str(),
@@ -56,14 +48,14 @@ TEST_F(ScalaReport, WritesIntervalsAndTheTableOfBothFiles) {
 }
 
 TEST_F(ScalaReport, TellsWhatSurprisesComposers) {
-    EXPECT_FALSE(check({write("bare.scl", "Cents\r\n2\r\n702.0\r\n2\r\n")}));
+    EXPECT_FALSE(check({folder.write("bare.scl", "Cents\r\n2\r\n702.0\r\n2\r\n")}));
     EXPECT_THAT(complaints.str(),
                 AllOf(HasSubstr("interval 2 can't be built"), HasSubstr("702.0"), HasSubstr("semitones"),
                       HasSubstr("carriage returns"), HasSubstr("no key table can be built")));
     EXPECT_THAT(report.str(), HasSubstr("interval 2: 2\\x0D = ? semitones\n"));
-    EXPECT_FALSE(check({write("short.kbm", "12\n0\n")}));
+    EXPECT_FALSE(check({folder.write("short.kbm", "12\n0\n")}));
     EXPECT_THAT(complaints.str(), HasSubstr("need at least 7 parameters, found 2"));
-    EXPECT_FALSE(check({folder.path / "missing.scl", write("notes.txt", "")}));
+    EXPECT_FALSE(check({folder.path / "missing.scl", folder.write("notes.txt", "")}));
     EXPECT_THAT(complaints.str(), AllOf(HasSubstr("missing.scl"), HasSubstr("neither a .scl nor a .kbm")));
     EXPECT_EQ(lines(), 2);
 }

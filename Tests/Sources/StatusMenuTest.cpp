@@ -2,20 +2,21 @@
 #include "Platform/OSC/OSCClient.h"
 #include "Tests/Fakes/ApplicationRig.h"
 #include "Tests/Fakes/ChildProcess.h"
+#include "Tests/Fakes/LoopbackSocket.h"
+#include "Tests/Fakes/MarkdownTable.h"
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <nlohmann/json.hpp>
+
+#include <set>
 
 namespace zelvane {
 namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-
 using testing::SizeIs;
+using Json = nlohmann::json;
 
 /// What the status item shows: the image and the titles of the items for listening and recording.
 struct Shown {
@@ -42,20 +43,30 @@ class StatusMenu : public testing::Test, protected ApplicationRig {
         return {shell.statusItem().image(), shell.startMenuItem().title(), shell.startRecordingMenuItem().title()};
     }
     Zelvane& player() { return *application.zelvane(); }
+    /// What `--status` tells.
+    Json report() { return Json::parse(reportJson(application.report())); }
+    std::string state() { return report()["state"]; }
 };
 
-TEST_F(StatusMenu, ShowsTheStatesOfListeningAndRecording) {
+TEST_F(StatusMenu, AndTheReportShowTheStatesOfListeningAndRecording) {
+    EXPECT_EQ(state(), "starting");
     launch();
     EXPECT_EQ(shown(), kWaiting);
+    EXPECT_EQ(state(), "waiting");
+    EXPECT_EQ(report()["osc"]["port"], 0);
     application.startStopListening();
     EXPECT_EQ(shown(), kRunning);
+    EXPECT_EQ(state(), "listening");
+    EXPECT_EQ(report()["recording"]["file"], "");
     EXPECT_EQ(shell.shown.port, player().listeningPort());
+    EXPECT_EQ(report()["osc"]["port"], player().listeningPort());
     shell.file = folder.path / "take.m4a";
     application.startStopRecording();
     EXPECT_THAT(shell.panels, ElementsAre("Save Recording|Save recording as|Zelvane Recording.m4a|m4a"));
     const Shown armedRed{StatusImage::statusIsRecording, "Stop Listening", "Stop Recording"};
     const Shown armedGreen{StatusImage::statusIsRunning, "Stop Listening", "Stop Recording"};
     EXPECT_EQ(shown(), armedGreen);
+    EXPECT_EQ(state(), "armed");
     runFor(500ms);
     EXPECT_EQ(shown(), armedRed);
     runFor(500ms);
@@ -64,6 +75,14 @@ TEST_F(StatusMenu, ShowsTheStatesOfListeningAndRecording) {
     runFor(1ms);
     EXPECT_TRUE(player().isRecording());
     EXPECT_EQ(shown(), armedRed);
+    const Json recording = report();
+    EXPECT_EQ(recording["state"], "recording");
+    EXPECT_EQ(recording["recording"]["file"], shell.file->string());
+    EXPECT_EQ(recording["instrument"], (Json{{"name", "DLSMusicDevice"}, {"microtones", "yes"}}));
+    EXPECT_EQ(recording["midi"]["input"], "Zelvane");
+    EXPECT_EQ(recording["output"]["device"], "still");
+    EXPECT_EQ(recording["output"]["sampleRate"], 48000);
+    EXPECT_EQ(recording["latency"]["messageDelay"].get<float>(), 0.003F);
     runFor(600ms);
     EXPECT_EQ(shown(), armedRed) << "a recording that runs is steady";
     application.startStopRecording();
@@ -93,9 +112,12 @@ TEST_F(StatusMenu, ShowsTheCountsOnceASecondWhileTheyChange) {
     EXPECT_EQ(shell.shown.counts.refusedMessages, 1U);
 }
 
-TEST_F(StatusMenu, EndsAnArmedRecordingWithTheListening) {
+TEST_F(StatusMenu, ArmsNothingWhenTheSavePanelIsCancelledAndDisarmsWithTheListening) {
     launch(1);
+    application.startStopRecording();
+    EXPECT_THAT(shell.panels, SizeIs(1));
     EXPECT_EQ(shown(), kRunning);
+    EXPECT_FALSE(player().isRecordingEnabled());
     shell.file = folder.path / "take.m4a";
     application.startStopRecording();
     EXPECT_TRUE(player().isRecordingEnabled());
@@ -106,14 +128,6 @@ TEST_F(StatusMenu, EndsAnArmedRecordingWithTheListening) {
     EXPECT_FALSE(player().isRecording());
 }
 
-TEST_F(StatusMenu, LeavesAllAsItWasWhenTheSavePanelIsCancelled) {
-    launch(1);
-    application.startStopRecording();
-    EXPECT_THAT(shell.panels, SizeIs(1));
-    EXPECT_EQ(shown(), kRunning);
-    EXPECT_FALSE(player().isRecordingEnabled());
-}
-
 TEST_F(StatusMenu, ListensAtLaunchForNoOtherValueThanOne) {
     launch(2);
     EXPECT_EQ(shown(), kWaiting);
@@ -122,22 +136,17 @@ TEST_F(StatusMenu, ListensAtLaunchForNoOtherValueThanOne) {
 
 TEST_F(StatusMenu, IsStoppedAndCanStartAgainAfterAPortThatWasTaken) {
     launch();
-    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), length), 0);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
-    defaults.setArgument("port", {std::int64_t{ntohs(address.sin_port)}});
+    auto other = std::make_unique<LoopbackSocket>();
+    const std::uint16_t port = other->port();
+    defaults.setArgument("port", {std::int64_t{port}});
     application.startStopListening();
     runFor(1ms);
     EXPECT_EQ(shown(), kWaiting);
     EXPECT_FALSE(player().isListening());
-    ::close(socket);
+    other.reset();
     application.startStopListening();
     EXPECT_EQ(shown(), kRunning);
-    EXPECT_EQ(player().listeningPort(), ntohs(address.sin_port));
+    EXPECT_EQ(player().listeningPort(), port);
 }
 
 TEST_F(StatusMenu, ListensAnewAfterThePreferencesWereAccepted) {
@@ -161,6 +170,23 @@ TEST_F(StatusMenu, ListensAnewAfterThePreferencesWereAccepted) {
     application.preferencesDialog();
     EXPECT_EQ(shown(), kRunning);
     EXPECT_NE(player().listeningPort(), port) << "bound anew, here to any that is free";
+}
+
+void addKeys(const Json& value, const std::string& path, std::set<std::string>& keys) {
+    if (!value.is_object()) {
+        keys.insert(path);
+        return;
+    }
+    for (const auto& [key, inner] : value.items()) addKeys(inner, path.empty() ? key : path + "." + key, keys);
+}
+
+TEST_F(StatusMenu, TheReportHasTheKeysThatAreDocumented) {
+    std::set<std::string> keys, documented;
+    addKeys(report(), "", keys);
+    for (const auto& row : markdownTable(ZELVANE_SOURCES "/README.md", "| Key | Meaning |")) {
+        for (const auto& key : codeOf(row[0])) documented.insert(key);
+    }
+    EXPECT_EQ(documented, keys);
 }
 
 }  // namespace
