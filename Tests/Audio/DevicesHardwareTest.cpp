@@ -13,6 +13,12 @@
 namespace zelvane {
 namespace {
 
+std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds(const std::vector<const SteppedDevice*>& devices) {
+    std::vector<std::unique_ptr<AudioDeviceBackEnd>> backEnds;
+    for (const SteppedDevice* device : devices) backEnds.push_back(device->backEnd());
+    return backEnds;
+}
+
 AudioObjectPropertyAddress address(std::uint32_t selector, std::uint32_t scope = kAudioObjectPropertyScopeGlobal) {
     return {selector, scope, 0};
 }
@@ -43,7 +49,7 @@ class Hardware : public testing::Test {
     SteppedDevice server{"Kopfh\u00f6rer", {.sampleRate = 44100, .channels = 6, .bitsPerChannel = 24}};
     SteppedDevice null{"null"};
     RecordingRenderer renderer;
-    OutputDeviceController controller{SteppedDevice::backEnds({&server, &null}), renderer, [] {}};
+    OutputDeviceController controller{backEnds({&server, &null}), renderer, [] {}};
     AudioHardware hardware{controller};
 };
 
@@ -59,28 +65,34 @@ TEST_F(Hardware, describesDevicesAsNumberedObjects) {
     EXPECT_EQ(hardware.choice(devices[1]), (OutputDeviceController::Choice{"null", "null"}));
     for (const AudioObjectID nobody : {0U, kAudioObjectSystemObject, 4711U}) EXPECT_FALSE(hardware.choice(nobody));
 
+    AudioObjectID defaultDevice = 0;
+    EXPECT_EQ(read(kAudioObjectSystemObject, address(kAudioHardwarePropertyDefaultOutputDevice), defaultDevice), 0);
+    EXPECT_EQ(defaultDevice, devices[0]);
     AudioStreamBasicDescription format;
     EXPECT_EQ(read(devices[0], kPhysicalFormat, format), kNoError);
     EXPECT_EQ(format, (AudioStreamBasicDescription{44100, kAudioFormatLinearPCM, 12, 18, 1, 18, 6, 24, 0}));
 
+    std::uint32_t size = 0;
+    const auto streams = [&](std::uint32_t scope) {
+        return AudioObjectGetPropertyDataSize(hardware, devices[0], address(kAudioDevicePropertyStreams, scope), size);
+    };
+    EXPECT_EQ(streams(kAudioDevicePropertyScopeOutput), kNoError);
+    EXPECT_EQ(size, 4U);
+    EXPECT_EQ(streams(kAudioDevicePropertyScopeInput), kNoError);
+    EXPECT_EQ(size, 0U);
     std::uint32_t period = 0;
     EXPECT_EQ(read(devices[0], address(kAudioDevicePropertyBufferFrameSize), period), kNoError);
     EXPECT_EQ(period, 512U);
-
-    server.die();
-    EXPECT_EQ(objects().size(), 1U);
-    EXPECT_EQ(name(devices[0]), "Kopfh\u00f6rer") << "its number stays its own";
-    server.comeBack();
-    EXPECT_EQ(objects(), devices);
 }
 
 TEST_F(Hardware, refusesWhatItDoesNotKnow) {
     std::uint32_t value = 0;
-    const AudioObjectID device = objects()[0];
     EXPECT_EQ(read(4711, kPhysicalFormat, value), kAudioHardwareBadObjectError);
-    EXPECT_EQ(read(device, address(0x12345678), value), kAudioHardwareUnknownPropertyError);
+    EXPECT_EQ(read(objects()[0], address(0x12345678), value), kAudioHardwareUnknownPropertyError);
+    EXPECT_EQ(read(objects()[0], {kAudioDevicePropertyDeviceName, kAudioObjectPropertyScopeGlobal, 1}, value),
+              kAudioHardwareUnknownPropertyError);
     EXPECT_EQ(read(kAudioObjectSystemObject, kPhysicalFormat, value), kAudioHardwareUnknownPropertyError);
-    EXPECT_EQ(read(device, kPhysicalFormat, value), kAudioHardwareBadPropertySizeError);
+    EXPECT_EQ(read(objects()[0], kPhysicalFormat, value), kAudioHardwareBadPropertySizeError);
     // A list is cut to whole elements.
     std::uint32_t size = 7;
     std::array<AudioObjectID, 2> few{0, 0};
@@ -88,6 +100,16 @@ TEST_F(Hardware, refusesWhatItDoesNotKnow) {
               kNoError);
     EXPECT_EQ(size, 4U);
     EXPECT_EQ(few[1], 0U);
+}
+
+TEST_F(Hardware, keepsTheNumberOfADeviceThatIsAway) {
+    const AudioObjectID number = objects()[0];
+    server.die();
+    EXPECT_EQ(objects().size(), 1U);
+    EXPECT_EQ(name(number), "Kopfh\u00f6rer");
+    EXPECT_TRUE(hardware.choice(number));
+    server.comeBack();
+    EXPECT_EQ(objects()[0], number);
 }
 
 struct Listener {

@@ -7,10 +7,21 @@
 namespace zelvane {
 namespace {
 
-struct PipeWireSinks : testing::Test {
+class PipeWireSinks : public testing::Test {
+  protected:
+    bool lists(std::vector<std::string> names) {
+        std::ranges::sort(names);
+        return waitFor([&] {
+            std::vector<std::string> present = deviceNames(backEnd);
+            std::ranges::sort(present);
+            return present == names;
+        });
+    }
+
     JackServer noJackServer;  // a name under which nobody answers
     PipeWireServer server;
     RecordingRenderer renderer;
+    JackBackEnd backEnd;
 };
 
 using PipeWire = WithController<PipeWireSinks, JackBackEnd>;
@@ -19,6 +30,7 @@ TEST_F(PipeWire, playsOnEachOfItsSinksOverItsOwnJackLibrary) {
     ASSERT_TRUE(server.start());
     ASSERT_TRUE(server.addSink("first", "First Sink"));
     ASSERT_TRUE(server.addSink("second", "Second Sink"));
+    ASSERT_TRUE(lists({"JACK: First Sink", "JACK: Second Sink"}));
     controller.select({"JACK", "JACK: Second Sink"});
     ASSERT_TRUE(isHeardOn("JACK: Second Sink"));
     // A sink that goes takes the choice along for as long as it is away.
@@ -42,6 +54,7 @@ TEST_F(PipeWire, playsOnEachOfItsSinksOverItsOwnJackLibrary) {
 TEST_F(PipeWire, followsTheQuantumAndTheRate) {
     ASSERT_TRUE(server.start());
     ASSERT_TRUE(server.addSink("sink", "A Sink"));
+    ASSERT_TRUE(lists({"JACK: A Sink"}));
     controller.select({"JACK", "JACK: A Sink"});
     ASSERT_TRUE(isHeardOn("JACK: A Sink"));
     const auto plays = [&](std::uint32_t quantum, double rate) {

@@ -11,7 +11,7 @@
 namespace zelvane {
 
 /// Writes down what devices ask for, and gives every sample the value of a constant.
-class RecordingRenderer : public AudioRenderer {
+class RecordingRenderer final : public AudioRenderer {
   public:
     static constexpr float kSample = 0.25F;
     static constexpr std::size_t kCapacity = 100'000;
