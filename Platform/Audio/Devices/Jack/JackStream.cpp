@@ -14,6 +14,7 @@ namespace zelvane {
 namespace {
 
 constexpr Duration kUpkeepInterval = std::chrono::milliseconds(200);
+constexpr std::size_t kMostFrames = 8192;  // in a cycle of a server that is set up as usual
 
 struct PortName {
     const char* name;
@@ -47,7 +48,9 @@ JackStream::JackStream(std::shared_ptr<JackClient> client, const std::string& si
       _format(formatOf(*_client)),
       _throughput(std::move(throughput)),
       _latencies(*_client),
-      _connections(*_client, sink, std::move(wiring)) {}
+      _connections(*_client, sink, std::move(wiring)) {
+    for (auto& sound : _sound) sound.resize(kMostFrames);
+}
 
 JackStream::~JackStream() {
     {
@@ -142,19 +145,35 @@ int JackStream::process(jack_nframes_t frames) noexcept {
     const RealtimeScope realtime;
     const AudioCycle now = cycle(frames);
     _watchdog.cycleCame(Clock::monotonic().now());
-    // Cycles of a freewheeling server follow each other as fast as they can be had: nothing that is played in time can
-    // be meant to be in them.
-    if (_isFreewheeling.load(std::memory_order_relaxed)) {
-        for (float* output : now.outputs) std::fill_n(output, frames, 0.0F);
-        return 0;
-    }
-    _renderer->render(now);
+    play(now);
+    handOver(frames);
     return 0;
+}
+
+// Cycles of a freewheeling server follow each other as fast as they can be had: nothing that is played in time can be
+// meant to be in them.
+void JackStream::play(const AudioCycle& cycle) noexcept {
+    if (_isFreewheeling.load(std::memory_order_relaxed)) {
+        for (float* output : cycle.outputs) std::fill_n(output, cycle.frames, 0.0F);
+    } else {
+        _renderer->render(cycle);
+    }
+}
+
+// When its quantum changes, PipeWire takes the memory of ports back also from a cycle that is under way: so it is asked
+// for last, and written to in no time.
+void JackStream::handOver(jack_nframes_t frames) noexcept {
+    if (frames > kMostFrames) return;
+    for (std::size_t i = 0; i < _ports.size(); ++i) {
+        auto* port = static_cast<float*>(_library.portBuffer(_ports[i], frames));
+        if (port != nullptr) std::copy_n(_sound[i].data(), frames, port);
+    }
 }
 
 AudioCycle JackStream::cycle(jack_nframes_t frames) noexcept {
     for (std::size_t i = 0; i < _ports.size(); ++i) {
-        _outputs[i] = static_cast<float*>(_library.portBuffer(_ports[i], frames));
+        _outputs[i] =
+            frames <= kMostFrames ? _sound[i].data() : static_cast<float*>(_library.portBuffer(_ports[i], frames));
     }
     jack_nframes_t frame = 0;
     jack_time_t start = 0;

@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace zelvane {
 
@@ -44,6 +45,8 @@ class JackStream final : public AudioStream {
     void setCallbacks();
     int process(jack_nframes_t frames) noexcept;
     AudioCycle cycle(jack_nframes_t frames) noexcept;
+    void play(const AudioCycle& cycle) noexcept;
+    void handOver(jack_nframes_t frames) noexcept;
     void setProperties();
     void removeProperties();
     void tellAgeOfSound();
@@ -60,6 +63,7 @@ class JackStream final : public AudioStream {
     std::array<jack_port_t*, 2> _ports{};
 
     // Audio thread.
+    std::array<std::vector<float>, 2> _sound;  // of a cycle, unless it is longer
     std::array<float*, 2> _outputs{};
     std::optional<Expectation> _expected;
 
